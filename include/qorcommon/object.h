@@ -4,6 +4,7 @@
 
 #include "qorcommon/export.h"
 
+#include <atomic>
 #include <vector>
 
 namespace Orvane {
@@ -61,7 +62,9 @@ protected:
 
 private:
     struct Private;
-    Private* d;
+    // Made by the first registerChildObject, so an object that never gets children allocates
+    // nothing; atomic because children may be registered from several threads at once.
+    std::atomic<Private*> d;
 };
 
 /// A frame of the per-thread object stack of the C face.
@@ -71,8 +74,10 @@ public:
     ~ObjectStackFrame() override;
 };
 
-/// Base of value holders that can be freed with a parent. Copies start without a parent.
-class QORCOMMON_API StorageObject : public BaseObject {
+/// Base of value holders (strings, lists, byte arrays, time stamps) that can be freed with a
+/// parent. Copies start without a parent. A storage object is itself an Object, so the C face can
+/// view it as one and hang further objects off it.
+class QORCOMMON_API StorageObject : public Object {
 public:
     explicit StorageObject(Object* parent = nullptr);
     StorageObject(const StorageObject& other);
