@@ -1,0 +1,392 @@
+// Threads and synchronisation on POSIX: kernel thread ids, pthreads and POSIX semaphores.
+#include "platform/platform.h"
+#include "qorcommon/assertion.h"
+
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <condition_variable>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <memory>
+#include <mutex>
+#include <new>
+
+#include <pthread.h>
+#include <sched.h>
+#include <semaphore.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace Orvane {
+namespace Core {
+namespace Platform {
+
+// ---- thread and process ids ----------------------------------------------------------------
+
+long currentThreadId() {
+    return static_cast<long>(gettid());
+}
+
+long currentProcessId() {
+    return static_cast<long>(getpid());
+}
+
+namespace {
+
+// The kernel clears a joined thread's id before the task has left the thread group, so a plain
+// existence test could still see it just after pthread_join. The task's "exiting" flag is set
+// before that, which makes the answer exact for threads that were joined.
+constexpr unsigned long kTaskExitingFlag = 0x4; // PF_EXITING
+
+bool readTaskStat(long threadId, char& state, unsigned long& flags) {
+    char path[64];
+    std::snprintf(path, sizeof path, "/proc/self/task/%ld/stat", threadId);
+    std::FILE* file = std::fopen(path, "r");
+    if (!file) return false;
+    char buffer[512];
+    const size_t length = std::fread(buffer, 1, sizeof buffer - 1, file);
+    std::fclose(file);
+    buffer[length] = '\0';
+    // The command name in parentheses may itself hold spaces or parentheses.
+    const char* end = std::strrchr(buffer, ')');
+    if (!end) return false;
+    int pid = 0, group = 0, session = 0, tty = 0, terminalGroup = 0;
+    return std::sscanf(end + 1, " %c %d %d %d %d %d %lu", &state, &pid, &group, &session, &tty,
+                       &terminalGroup, &flags) == 7;
+}
+
+} // namespace
+
+bool isThreadAlive(long threadId) {
+    if (threadId <= 0) return false;
+    char state = 0;
+    unsigned long flags = 0;
+    if (!readTaskStat(threadId, state, flags)) return false;
+    return state != 'Z' && state != 'X' && (flags & kTaskExitingFlag) == 0;
+}
+
+void yieldThread() {
+    sched_yield();
+}
+
+void sleepMs(long milliseconds) {
+    if (milliseconds <= 0) return;
+    timespec remaining{milliseconds / 1000, (milliseconds % 1000) * 1000000L};
+    while (nanosleep(&remaining, &remaining) != 0 && errno == EINTR) {
+    }
+}
+
+// ---- thread exit hook --------------------------------------------------------------------------
+
+namespace {
+
+ThreadExitHook g_exitHook = nullptr;
+
+void onThreadKeyDestroyed(void*) {
+    if (ThreadExitHook hook = g_exitHook) hook(currentThreadId());
+}
+
+// The key only signals the end of a thread. It is deleted when the library is unloaded so that
+// threads ending later do not call into unmapped code.
+struct ExitKey {
+    pthread_key_t key{};
+    bool valid = false;
+    ExitKey() { valid = pthread_key_create(&key, onThreadKeyDestroyed) == 0; }
+    ~ExitKey() {
+        if (valid) pthread_key_delete(key);
+    }
+};
+
+ExitKey& exitKey() {
+    static ExitKey instance;
+    return instance;
+}
+
+} // namespace
+
+void setThreadExitHook(ThreadExitHook hook) {
+    exitKey();
+    g_exitHook = hook;
+}
+
+void armThreadExitHook() {
+    thread_local bool armed = false;
+    if (armed) return;
+    ExitKey& key = exitKey();
+    // Any non-null value makes the key's destructor run at thread exit.
+    armed = key.valid && pthread_setspecific(key.key, &key) == 0;
+}
+
+// ---- mutexes -----------------------------------------------------------------------------------
+
+namespace {
+
+template <typename T, typename Storage> T* storageAs(Storage& storage) {
+    static_assert(sizeof(T) <= sizeof(storage), "platform object does not fit its storage");
+    return std::launder(reinterpret_cast<T*>(storage));
+}
+
+void initMutex(pthread_mutex_t* mutex, int type) {
+    pthread_mutexattr_t attributes;
+    pthread_mutexattr_init(&attributes);
+    pthread_mutexattr_settype(&attributes, type);
+    pthread_mutex_init(mutex, &attributes);
+    pthread_mutexattr_destroy(&attributes);
+}
+
+} // namespace
+
+Mutex::Mutex() {
+    auto* mutex = new (m_storage) pthread_mutex_t;
+    initMutex(mutex, PTHREAD_MUTEX_NORMAL);
+}
+Mutex::~Mutex() {
+    pthread_mutex_destroy(storageAs<pthread_mutex_t>(m_storage));
+}
+void Mutex::lock() {
+    pthread_mutex_lock(storageAs<pthread_mutex_t>(m_storage));
+}
+bool Mutex::tryLock() {
+    return pthread_mutex_trylock(storageAs<pthread_mutex_t>(m_storage)) == 0;
+}
+void Mutex::unlock() {
+    pthread_mutex_unlock(storageAs<pthread_mutex_t>(m_storage));
+}
+
+RecursiveMutex::RecursiveMutex() {
+    auto* mutex = new (m_storage) pthread_mutex_t;
+    initMutex(mutex, PTHREAD_MUTEX_RECURSIVE);
+}
+RecursiveMutex::~RecursiveMutex() {
+    pthread_mutex_destroy(storageAs<pthread_mutex_t>(m_storage));
+}
+void RecursiveMutex::lock() {
+    pthread_mutex_lock(storageAs<pthread_mutex_t>(m_storage));
+}
+bool RecursiveMutex::tryLock() {
+    return pthread_mutex_trylock(storageAs<pthread_mutex_t>(m_storage)) == 0;
+}
+void RecursiveMutex::unlock() {
+    pthread_mutex_unlock(storageAs<pthread_mutex_t>(m_storage));
+}
+
+// ---- semaphore ---------------------------------------------------------------------------------
+
+namespace {
+
+// sem_t has no maximum; releases are serialised by a spin lock so that reading the count and
+// posting form one step. Acquirers only lower the count, so they need not take the lock.
+struct SemaphoreData {
+    sem_t semaphore;
+    pthread_spinlock_t releaseLock;
+    unsigned maximum;
+};
+
+unsigned clampCount(unsigned count) {
+    constexpr unsigned limit = SEM_VALUE_MAX;
+    return count > limit ? limit : count;
+}
+
+bool waitWithDeadline(sem_t* semaphore, long timeoutMs) {
+    timespec deadline{};
+    clock_gettime(CLOCK_MONOTONIC, &deadline);
+    deadline.tv_sec += timeoutMs / 1000;
+    deadline.tv_nsec += (timeoutMs % 1000) * 1000000L;
+    if (deadline.tv_nsec >= 1000000000L) {
+        deadline.tv_sec += 1;
+        deadline.tv_nsec -= 1000000000L;
+    }
+    for (;;) {
+        if (sem_clockwait(semaphore, CLOCK_MONOTONIC, &deadline) == 0) return true;
+        if (errno != EINTR) return false;
+    }
+}
+
+} // namespace
+
+Semaphore::Semaphore(unsigned initialCount, unsigned maximumCount) {
+    auto* data = new (m_storage) SemaphoreData;
+    data->maximum = clampCount(maximumCount == 0 ? 1 : maximumCount);
+    sem_init(&data->semaphore, 0, initialCount > data->maximum ? data->maximum : initialCount);
+    pthread_spin_init(&data->releaseLock, PTHREAD_PROCESS_PRIVATE);
+}
+
+Semaphore::~Semaphore() {
+    auto* data = storageAs<SemaphoreData>(m_storage);
+    pthread_spin_destroy(&data->releaseLock);
+    sem_destroy(&data->semaphore);
+    data->~SemaphoreData();
+}
+
+bool Semaphore::tryAcquire() {
+    auto* data = storageAs<SemaphoreData>(m_storage);
+    for (;;) {
+        if (sem_trywait(&data->semaphore) == 0) return true;
+        if (errno != EINTR) return false;
+    }
+}
+
+bool Semaphore::acquire(long timeoutMs) {
+    auto* data = storageAs<SemaphoreData>(m_storage);
+    if (timeoutMs == 0) return tryAcquire();
+    if (timeoutMs > 0) return waitWithDeadline(&data->semaphore, timeoutMs);
+    while (sem_wait(&data->semaphore) != 0) {
+        if (errno != EINTR) return false;
+    }
+    return true;
+}
+
+bool Semaphore::release(unsigned count) {
+    auto* data = storageAs<SemaphoreData>(m_storage);
+    if (count == 0) return true;
+    pthread_spin_lock(&data->releaseLock);
+    int value = 0;
+    sem_getvalue(&data->semaphore, &value);
+    // A negative value (some systems report waiters that way) counts as no free token.
+    const unsigned available = value < 0 ? 0u : static_cast<unsigned>(value);
+    const bool fits = count <= data->maximum && available <= data->maximum - count;
+    if (fits) {
+        for (unsigned i = 0; i < count; ++i)
+            sem_post(&data->semaphore);
+    }
+    pthread_spin_unlock(&data->releaseLock);
+    return fits;
+}
+
+// ---- thread ------------------------------------------------------------------------------------
+
+namespace {
+
+// Shared by the Thread object and its running thread: a detached thread may outlive the object.
+struct ThreadState {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::function<void()> body;
+    long threadId = -1;
+    bool started = false;
+    bool finished = false;
+};
+
+void runBody(ThreadState& state) {
+    std::function<void()> body = std::move(state.body);
+    try {
+        body();
+    } catch (...) {
+        QOR_ASSERT_FAILED("exception escaped a thread body");
+    }
+}
+
+void* threadEntry(void* argument) {
+    std::unique_ptr<std::shared_ptr<ThreadState>> holder(
+        static_cast<std::shared_ptr<ThreadState>*>(argument));
+    ThreadState& state = **holder;
+    {
+        std::lock_guard<std::mutex> lock(state.mutex);
+        state.threadId = currentThreadId();
+        state.started = true;
+    }
+    state.changed.notify_all();
+    runBody(state);
+    {
+        std::lock_guard<std::mutex> lock(state.mutex);
+        state.finished = true;
+    }
+    state.changed.notify_all();
+    return nullptr;
+}
+
+} // namespace
+
+struct Thread::Impl {
+    std::shared_ptr<ThreadState> state;
+    pthread_t handle{};
+    bool joinable = false;
+
+    bool finished() const {
+        std::lock_guard<std::mutex> lock(state->mutex);
+        return state->finished;
+    }
+    bool onOwnThread() const {
+        if (!state) return false;
+        std::lock_guard<std::mutex> lock(state->mutex);
+        return !state->finished && state->threadId == currentThreadId();
+    }
+    void reap() {
+        if (joinable) pthread_join(handle, nullptr);
+        joinable = false;
+    }
+};
+
+Thread::Thread() : d(new Impl) {}
+
+Thread::~Thread() {
+    if (d->joinable) {
+        // A body that destroys its own Thread object cannot wait for itself.
+        if (d->onOwnThread())
+            pthread_detach(d->handle);
+        else
+            join(-1);
+    }
+    delete d;
+}
+
+bool Thread::start(std::function<void()> body) {
+    if (!body || isRunning()) return false;
+    d->reap();
+    auto state = std::make_shared<ThreadState>();
+    state->body = std::move(body);
+    auto* argument = new std::shared_ptr<ThreadState>(state);
+    if (pthread_create(&d->handle, nullptr, threadEntry, argument) != 0) {
+        delete argument;
+        return false;
+    }
+    d->state = std::move(state);
+    d->joinable = true;
+    // threadId() is valid as soon as start() returns.
+    std::unique_lock<std::mutex> lock(d->state->mutex);
+    d->state->changed.wait(lock, [&] { return d->state->started; });
+    return true;
+}
+
+bool Thread::join(long timeoutMs) {
+    if (!d->state) return true;
+    if (d->onOwnThread()) return false;
+    {
+        std::unique_lock<std::mutex> lock(d->state->mutex);
+        auto done = [&] { return d->state->finished; };
+        if (timeoutMs < 0)
+            d->state->changed.wait(lock, done);
+        else if (!d->state->changed.wait_for(lock, std::chrono::milliseconds(timeoutMs), done))
+            return false;
+    }
+    d->reap();
+    return true;
+}
+
+bool Thread::terminate() {
+    if (!d->state || d->finished()) {
+        d->reap();
+        return true;
+    }
+    if (d->joinable) pthread_detach(d->handle);
+    d->joinable = false;
+    return false;
+}
+
+bool Thread::isRunning() const {
+    return d->state && !d->finished();
+}
+
+long Thread::threadId() const {
+    if (!d->state) return -1;
+    std::lock_guard<std::mutex> lock(d->state->mutex);
+    return d->state->finished ? -1 : d->state->threadId;
+}
+
+} // namespace Platform
+} // namespace Core
+} // namespace Orvane
+
+#include "platform/periodictimer.inl"
