@@ -9,7 +9,9 @@
 #include "qorcommon/export.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
+#include <type_traits>
 #include <utility>
 
 namespace Orvane {
@@ -146,6 +148,8 @@ public:
     template <class U> bool operator!=(const GCBase<U>& other) const {
         return m_ptr != other.ptr();
     }
+    bool operator==(std::nullptr_t) const { return m_ptr == nullptr; }
+    bool operator!=(std::nullptr_t) const { return m_ptr != nullptr; }
 
     GCBase& operator=(T* p) {
         registerObject(p);
@@ -180,8 +184,8 @@ public:
         this->m_ptr = other.m_ptr;
         other.m_ptr = nullptr;
     }
-    /// Converts a handle of a derived class.
-    template <class U, class = decltype(static_cast<T*>(static_cast<U*>(nullptr)))>
+    /// Converts a handle of a derived class (only upward: a downcast must be explicit).
+    template <class U, class = std::enable_if_t<std::is_convertible<U*, T*>::value>>
     GC(const GC<U>& other) : GCBase<T>() {
         GC::registerObject(other.ptr());
     }
