@@ -1,0 +1,45 @@
+// A thread that runs an action periodically until it is stopped.
+#pragma once
+
+#include "qorcommon/export.h"
+
+#include <functional>
+
+namespace Orvane {
+namespace Core {
+
+/// Calls onTimer() every period on its own thread. A subclass that overrides onTimer() must stop
+/// the timer in its own destructor, before its members go away.
+class QORCOMMON_API TimerThread {
+public:
+    TimerThread();
+    /// Stops the timer, allowing a running tick twice the period to finish before the thread is
+    /// terminated.
+    virtual ~TimerThread();
+    TimerThread(const TimerThread&) = delete;
+    TimerThread& operator=(const TimerThread&) = delete;
+
+    /// Starts ticking every periodMs milliseconds (once only when `repeat` is false); false when
+    /// the period is not positive or the timer already runs.
+    bool start(long periodMs, bool repeat = true);
+    /// As start(periodMs, repeat), with `action` run by the default onTimer().
+    bool start(long periodMs, std::function<void()> action, bool repeat = true);
+    /// Asks the timer to stop and waits at most timeoutMs for a running tick; a thread that has
+    /// not ended by then is terminated. True when it ended by itself (or did not run). Called
+    /// from a tick, it only asks: the timer ends when the tick returns.
+    bool stopOrTerminate(long timeoutMs);
+    bool isRunning() const;
+    /// The period of the last start, 0 before the first.
+    long periodMs() const;
+
+protected:
+    /// Called on the timer's thread at every tick; runs the action given to start().
+    virtual void onTimer();
+
+private:
+    struct Private;
+    Private* d;
+};
+
+} // namespace Core
+} // namespace Orvane
