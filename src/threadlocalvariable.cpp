@@ -1,0 +1,482 @@
+// Per-thread values kept by the library itself: the object store keyed by thread id, the
+// collector of values left by ended threads, and the thread-exit hook that frees a thread's
+// values as it ends.
+#include "qorcommon/threadmanagedobject.h"
+
+#include "qorcommon/timerthread.h"
+
+#include "platform/platform.h"
+
+#include <map>
+#include <new>
+#include <set>
+#include <utility>
+
+namespace Orvane {
+namespace Core {
+
+// ---- ThreadManagedObject ------------------------------------------------------------------------
+
+ThreadManagedObject::ThreadManagedObject() = default;
+ThreadManagedObject::~ThreadManagedObject() = default;
+
+void ThreadManagedObject::cleanUp() {
+    cleanUp(-1);
+}
+
+// ---- ThreadManagedObjectGC ----------------------------------------------------------------------
+
+class ThreadManagedObjectGC::Destroyer : public TimerThread {
+public:
+    ~Destroyer() override { stop(); }
+
+    // The mutex is recursive: a cleanUp may free values whose destructors make or drop
+    // thread-local variables, which registers or unregisters them on this same thread.
+    mutable Platform::RecursiveMutex mutex;
+    std::set<ThreadManagedObject*> objects;
+    std::atomic<long> periodSeconds{0};
+    std::atomic<long> periodMs{0};
+
+    bool restart(long seconds) {
+        control.lock();
+        stop();
+        periodSeconds.store(seconds);
+        periodMs.store(seconds > 0 ? seconds * 1000 : 0);
+        const bool started = seconds <= 0 || start(seconds * 1000);
+        control.unlock();
+        return started;
+    }
+
+    void collect(long threadId) {
+        mutex.lock();
+        // Works on a snapshot, asking the live set before each call: an object unregistered by
+        // an earlier cleanUp on this thread has gone and must not be called.
+        const std::vector<ThreadManagedObject*> snapshot(objects.begin(), objects.end());
+        for (ThreadManagedObject* object : snapshot) {
+            if (objects.count(object)) object->cleanUp(threadId);
+        }
+        mutex.unlock();
+    }
+
+protected:
+    void onTimer() override { collect(-1); }
+
+private:
+    // A collection running now gets twice the period to finish before its thread is ended.
+    void stop() { stopOrTerminate(2 * TimerThread::periodMs()); }
+
+    Platform::Mutex control; // serialises restarts
+};
+
+ThreadManagedObjectGC::ThreadManagedObjectGC() : ThreadManagedObjectGC(DefaultPeriodSeconds) {}
+
+ThreadManagedObjectGC::ThreadManagedObjectGC(long seconds) : d(new (std::nothrow) Destroyer) {
+    if (d) d->restart(seconds);
+}
+
+ThreadManagedObjectGC::~ThreadManagedObjectGC() {
+    delete d;
+}
+
+void ThreadManagedObjectGC::registerObject(ThreadManagedObject* object) {
+    if (!d || !object) return;
+    d->mutex.lock();
+    d->objects.insert(object);
+    d->mutex.unlock();
+}
+
+void ThreadManagedObjectGC::unregisterObject(ThreadManagedObject* object) {
+    if (!d || !object) return;
+    d->mutex.lock();
+    d->objects.erase(object);
+    d->mutex.unlock();
+}
+
+bool ThreadManagedObjectGC::isRegistered(ThreadManagedObject* object) const {
+    if (!d) return false;
+    d->mutex.lock();
+    const bool found = d->objects.count(object) != 0;
+    d->mutex.unlock();
+    return found;
+}
+
+std::size_t ThreadManagedObjectGC::objectCount() const {
+    if (!d) return 0;
+    d->mutex.lock();
+    const std::size_t count = d->objects.size();
+    d->mutex.unlock();
+    return count;
+}
+
+void ThreadManagedObjectGC::cleanUp(long threadId) {
+    if (d) d->collect(threadId);
+}
+
+void ThreadManagedObjectGC::cleanUpCurrentThread() {
+    cleanUp(Platform::currentThreadId());
+}
+
+bool ThreadManagedObjectGC::setPeriod(long seconds) {
+    return d && d->restart(seconds);
+}
+
+long ThreadManagedObjectGC::periodSeconds() const {
+    return d ? d->periodSeconds.load() : 0;
+}
+
+TimerThread* ThreadManagedObjectGC::internal() const {
+    return d;
+}
+
+namespace QOR {
+
+std::atomic<ThreadManagedObjectGC*> threadLocalVariableGC{nullptr};
+
+ThreadManagedObjectGC* ensureThreadLocalVariableGC() {
+    ThreadManagedObjectGC* gc = threadLocalVariableGC.load(std::memory_order_acquire);
+    if (gc) return gc;
+    // A lock rather than a compare-and-swap: a losing thread would start and stop a timer thread.
+    static Platform::Mutex* creation = new Platform::Mutex;
+    creation->lock();
+    gc = threadLocalVariableGC.load(std::memory_order_acquire);
+    if (!gc) {
+        gc = new (std::nothrow) ThreadManagedObjectGC();
+        threadLocalVariableGC.store(gc, std::memory_order_release);
+    }
+    creation->unlock();
+    return gc;
+}
+
+void shutdownThreadLocalVariableGC() {
+    ThreadManagedObjectGC* gc = threadLocalVariableGC.load(std::memory_order_acquire);
+    if (!gc) return;
+    gc->cleanUp(-1);
+    gc->setPeriod(0);
+}
+
+} // namespace QOR
+
+// ---- ThreadObjectDepot --------------------------------------------------------------------------
+
+namespace Internal {
+
+namespace {
+
+// Bumped whenever any store erases a slot (or is destroyed), so that a cached slot address is
+// trusted only while nothing has been erased since it was cached.
+std::atomic<unsigned> g_slotEpoch{1};
+
+void slotsErased() {
+    g_slotEpoch.fetch_add(1, std::memory_order_acq_rel);
+}
+
+// Lookups of the calling thread's slot sit on hot paths (every logging scope, every C object
+// made on a frame), and the slow path costs a system call for the thread id, a lock and two map
+// lookups. A few slot addresses per thread are therefore cached in the compiler's thread-local
+// storage. This is only a cache: the store itself stays keyed by thread id, and an entry is
+// used only while no slot anywhere has been erased since it was filled.
+struct SlotCacheEntry {
+    const ThreadObjectDepot* depot;
+    int id;
+    unsigned epoch;
+    void** slot;
+};
+constexpr unsigned kSlotCacheSize = 8;
+thread_local SlotCacheEntry t_slotCache[kSlotCacheSize];
+
+SlotCacheEntry& cacheEntry(int id) {
+    return t_slotCache[static_cast<unsigned>(id) % kSlotCacheSize];
+}
+
+struct PendingDestruction {
+    void* object;
+    ThreadObjectDepot::Destroyer destroyer;
+};
+
+// Runs destroyers after the store's lock is released.
+void destroyAll(const std::vector<PendingDestruction>& pending) {
+    for (const PendingDestruction& item : pending) {
+        if (item.object && item.destroyer) item.destroyer(item.object);
+    }
+}
+
+} // namespace
+
+struct ThreadObjectDepot::Private {
+    struct Variable {
+        Creator creator;
+        Destroyer destroyer;
+        // Map nodes never move, so a slot's address stays valid until its entry is erased.
+        std::map<long, void*> objects;
+    };
+
+    // Recursive: forEach calls its visitor under the lock, and the visitor may read the store.
+    mutable Platform::RecursiveMutex mutex;
+    std::map<int, Variable> variables;
+    int nextId = 1;
+
+    Variable& variable(int id) {
+        auto it = variables.find(id);
+        if (it == variables.end()) {
+            it = variables.emplace(id, Variable()).first;
+            if (id >= nextId) nextId = id + 1;
+        }
+        return it->second;
+    }
+
+    Variable* findVariable(int id) {
+        auto it = variables.find(id);
+        return it == variables.end() ? nullptr : &it->second;
+    }
+
+    static const Destroyer& choose(const Destroyer& given, const Variable& variable) {
+        return given ? given : variable.destroyer;
+    }
+
+    // Moves every object of `variable` into `pending`; the caller holds the lock.
+    static void takeAll(Variable& variable, const Destroyer& given,
+                        std::vector<PendingDestruction>& pending) {
+        for (auto& entry : variable.objects)
+            pending.push_back({entry.second, choose(given, variable)});
+        if (!variable.objects.empty()) slotsErased();
+        variable.objects.clear();
+    }
+
+    // Removes thread `threadId`'s object of `variable` into `pending`; the caller holds the lock.
+    static bool takeOne(Variable& variable, long threadId, const Destroyer& given,
+                        std::vector<PendingDestruction>& pending) {
+        auto it = variable.objects.find(threadId);
+        if (it == variable.objects.end()) return false;
+        pending.push_back({it->second, choose(given, variable)});
+        variable.objects.erase(it);
+        slotsErased();
+        return true;
+    }
+
+    void remember(int id, void** slot) const {
+        cacheEntry(id) = {owner, id, g_slotEpoch.load(std::memory_order_acquire), slot};
+    }
+
+    const ThreadObjectDepot* owner = nullptr;
+};
+
+ThreadObjectDepot::ThreadObjectDepot() : d(new Private) {
+    d->owner = this;
+}
+
+ThreadObjectDepot::~ThreadObjectDepot() {
+    destroyAllObjects();
+    slotsErased();
+    delete d;
+}
+
+int ThreadObjectDepot::registerObject(Creator creator, Destroyer destroyer) {
+    d->mutex.lock();
+    const int id = d->nextId++;
+    Private::Variable& variable = d->variables[id];
+    variable.creator = std::move(creator);
+    variable.destroyer = std::move(destroyer);
+    d->mutex.unlock();
+    return id;
+}
+
+bool ThreadObjectDepot::registerObject(int id, const void* object) {
+    const long threadId = Platform::currentThreadId();
+    d->mutex.lock();
+    const bool inserted =
+        d->variable(id).objects.emplace(threadId, const_cast<void*>(object)).second;
+    d->mutex.unlock();
+    if (inserted) Platform::armThreadExitHook();
+    return inserted;
+}
+
+void ThreadObjectDepot::unregisterObject(int id, const Destroyer& destroyer) {
+    std::vector<PendingDestruction> pending;
+    d->mutex.lock();
+    if (Private::Variable* variable = d->findVariable(id)) {
+        Private::takeAll(*variable, destroyer, pending);
+        d->variables.erase(id);
+    }
+    d->mutex.unlock();
+    destroyAll(pending);
+}
+
+void*& ThreadObjectDepot::getObject(int id, int* created, const Creator& creator) {
+    const SlotCacheEntry& cached = cacheEntry(id);
+    if (cached.depot == this && cached.id == id &&
+        cached.epoch == g_slotEpoch.load(std::memory_order_acquire)) {
+        if (created) *created = 0;
+        return *cached.slot;
+    }
+
+    const long threadId = Platform::currentThreadId();
+    d->mutex.lock();
+    Private::Variable* variable = &d->variable(id);
+    auto it = variable->objects.find(threadId);
+    if (it != variable->objects.end()) {
+        d->remember(id, &it->second);
+        d->mutex.unlock();
+        if (created) *created = 0;
+        return it->second;
+    }
+    const Creator make = creator ? creator : variable->creator;
+    d->mutex.unlock();
+
+    // The creator runs unlocked: making a value may itself use thread-local variables.
+    void* object = make ? make() : nullptr;
+    Platform::armThreadExitHook();
+
+    d->mutex.lock();
+    variable = &d->variable(id);
+    auto result = variable->objects.emplace(threadId, object);
+    // A creator that used this same variable on this thread made the slot already; that slot
+    // wins and the second object goes.
+    const Destroyer drop = result.second ? Destroyer() : variable->destroyer;
+    d->remember(id, &result.first->second);
+    d->mutex.unlock();
+
+    if (drop && object) drop(object);
+    if (created) *created = result.second ? 1 : 0;
+    return result.first->second;
+}
+
+bool ThreadObjectDepot::hasObject(int id) const {
+    const long threadId = Platform::currentThreadId();
+    d->mutex.lock();
+    Private::Variable* variable = d->findVariable(id);
+    const bool found = variable && variable->objects.count(threadId) != 0;
+    d->mutex.unlock();
+    return found;
+}
+
+void* ThreadObjectDepot::setObject(int id, const void* object, const Creator&) {
+    const long threadId = Platform::currentThreadId();
+    d->mutex.lock();
+    void*& slot = d->variable(id).objects[threadId];
+    void* previous = slot;
+    slot = const_cast<void*>(object);
+    d->remember(id, &slot);
+    d->mutex.unlock();
+    Platform::armThreadExitHook();
+    return previous;
+}
+
+bool ThreadObjectDepot::destroyObject(int id, const Destroyer& destroyer) {
+    return destroyObject(Platform::currentThreadId(), id, destroyer);
+}
+
+bool ThreadObjectDepot::destroyObject(long threadId, int id, const Destroyer& destroyer) {
+    std::vector<PendingDestruction> pending;
+    d->mutex.lock();
+    Private::Variable* variable = d->findVariable(id);
+    const bool found = variable && Private::takeOne(*variable, threadId, destroyer, pending);
+    d->mutex.unlock();
+    destroyAll(pending);
+    return found;
+}
+
+std::size_t ThreadObjectDepot::destroyAllObjects(int id, const Destroyer& destroyer) {
+    std::vector<PendingDestruction> pending;
+    d->mutex.lock();
+    if (Private::Variable* variable = d->findVariable(id))
+        Private::takeAll(*variable, destroyer, pending);
+    d->mutex.unlock();
+    destroyAll(pending);
+    return pending.size();
+}
+
+std::size_t ThreadObjectDepot::destroyAllObjects(const Destroyer& destroyer) {
+    std::vector<PendingDestruction> pending;
+    d->mutex.lock();
+    for (auto& entry : d->variables)
+        Private::takeAll(entry.second, destroyer, pending);
+    d->mutex.unlock();
+    destroyAll(pending);
+    return pending.size();
+}
+
+std::size_t ThreadObjectDepot::destroyThreadObjects(long threadId) {
+    std::vector<PendingDestruction> pending;
+    d->mutex.lock();
+    for (auto& entry : d->variables)
+        Private::takeOne(entry.second, threadId, Destroyer(), pending);
+    d->mutex.unlock();
+    destroyAll(pending);
+    return pending.size();
+}
+
+void ThreadObjectDepot::forEach(int id, const Visitor& visitor) const {
+    if (!visitor) return;
+    d->mutex.lock();
+    if (Private::Variable* variable = d->findVariable(id)) {
+        for (auto& entry : variable->objects)
+            visitor(entry.first, entry.second);
+    }
+    d->mutex.unlock();
+}
+
+std::size_t ThreadObjectDepot::cleanUp(int id, const Destroyer& destroyer,
+                                       std::vector<long>& threadIds) {
+    std::vector<long> candidates;
+    d->mutex.lock();
+    if (Private::Variable* variable = d->findVariable(id)) {
+        for (auto& entry : variable->objects)
+            candidates.push_back(entry.first);
+    }
+    d->mutex.unlock();
+
+    // Asking the system whether a thread runs can be slow, so it happens without the lock.
+    const long self = Platform::currentThreadId();
+    std::vector<long> ended;
+    for (long threadId : candidates) {
+        if (threadId != self && !Platform::isThreadAlive(threadId)) ended.push_back(threadId);
+    }
+    if (ended.empty()) return 0;
+
+    std::vector<PendingDestruction> pending;
+    d->mutex.lock();
+    if (Private::Variable* variable = d->findVariable(id)) {
+        for (long threadId : ended) {
+            if (Private::takeOne(*variable, threadId, destroyer, pending))
+                threadIds.push_back(threadId);
+        }
+    }
+    d->mutex.unlock();
+    destroyAll(pending);
+    return pending.size();
+}
+
+std::size_t ThreadObjectDepot::objectCount(int id) const {
+    d->mutex.lock();
+    Private::Variable* variable = d->findVariable(id);
+    const std::size_t count = variable ? variable->objects.size() : 0;
+    d->mutex.unlock();
+    return count;
+}
+
+namespace {
+
+// Frees a thread's values as it ends: first through the collector, which also reaches the
+// thread-managed objects that keep their data elsewhere, then whatever the store still holds.
+void onThreadExit(long threadId) {
+    if (ThreadManagedObjectGC* gc = QOR::threadLocalVariableGC.load(std::memory_order_acquire))
+        gc->cleanUp(threadId);
+    threadObjectDepot().destroyThreadObjects(threadId);
+}
+
+} // namespace
+
+ThreadObjectDepot& threadObjectDepot() {
+    // Never destroyed: threads may end, and statics holding thread-local variables may be
+    // destroyed, in any order at process exit.
+    static ThreadObjectDepot* depot = [] {
+        Platform::setThreadExitHook(&onThreadExit);
+        return new ThreadObjectDepot;
+    }();
+    return *depot;
+}
+
+} // namespace Internal
+
+} // namespace Core
+} // namespace Orvane
