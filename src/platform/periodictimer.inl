@@ -56,14 +56,16 @@ PeriodicTimer::~PeriodicTimer() {
 
 bool PeriodicTimer::start(long periodMs, std::function<void()> tick, bool repeat) {
     if (periodMs <= 0 || !tick || d->thread.isRunning()) return false;
-    auto state = std::make_shared<TimerDetail::TimerState>();
-    state->tick = std::move(tick);
-    if (!d->thread.start(
-            [state, periodMs, repeat] { TimerDetail::runTimer(state, periodMs, repeat); }))
-        return false;
-    d->state = std::move(state);
+    // Set before the thread exists: a tick may stop its own timer.
+    d->state = std::make_shared<TimerDetail::TimerState>();
+    d->state->tick = std::move(tick);
     d->periodMs = periodMs;
-    return true;
+    auto state = d->state;
+    if (d->thread.start(
+            [state, periodMs, repeat] { TimerDetail::runTimer(state, periodMs, repeat); }))
+        return true;
+    d->state.reset();
+    return false;
 }
 
 bool PeriodicTimer::stopOrTerminate(long timeoutMs) {

@@ -335,14 +335,15 @@ Thread::~Thread() {
 bool Thread::start(std::function<void()> body) {
     if (!body || isRunning()) return false;
     d->reap();
-    auto state = std::make_shared<ThreadState>();
-    state->body = std::move(body);
-    auto* argument = new std::shared_ptr<ThreadState>(state);
+    // Set before the thread exists: its body may already ask this object about itself.
+    d->state = std::make_shared<ThreadState>();
+    d->state->body = std::move(body);
+    auto* argument = new std::shared_ptr<ThreadState>(d->state);
     if (pthread_create(&d->handle, nullptr, threadEntry, argument) != 0) {
         delete argument;
+        d->state.reset();
         return false;
     }
-    d->state = std::move(state);
     d->joinable = true;
     // threadId() is valid as soon as start() returns.
     std::unique_lock<std::mutex> lock(d->state->mutex);

@@ -223,12 +223,14 @@ bool Thread::start(std::function<void()> body) {
     if (!body || d->running()) return false;
     d->release();
     auto* argument = new std::function<void()>(std::move(body));
-    d->handle = CreateThread(nullptr, 0, threadEntry, argument, 0, &d->id);
+    // Created suspended so that handle and id are stored before the body can ask for them.
+    d->handle = CreateThread(nullptr, 0, threadEntry, argument, CREATE_SUSPENDED, &d->id);
     if (!d->handle) {
         delete argument;
         d->id = 0;
         return false;
     }
+    ResumeThread(d->handle);
     return true;
 }
 
