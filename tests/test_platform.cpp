@@ -463,6 +463,10 @@ TEST(PlatformFiles, RenameCopyRemove) {
     EXPECT_EQ(readFile(copy), "new content");
     ASSERT_TRUE(P::copyFile(target, copy, true, error)) << error;
     EXPECT_EQ(readFile(copy), "third");
+    error.clear();
+    EXPECT_FALSE(P::copyFile(copy, copy, true, error)) << "a file is not copied onto itself";
+    EXPECT_FALSE(error.empty());
+    EXPECT_EQ(readFile(copy), "third");
     EXPECT_EQ(readFile(target), "third");
     error.clear();
     EXPECT_FALSE(P::copyFile(scratch.file("missing"), copy, true, error));

@@ -1,6 +1,7 @@
 // PeriodicTimer on top of Platform::Thread and the standard library's condition variable, shared
 // by both platforms: only the thread underneath differs. Included by one source of each platform.
 #include <chrono>
+#include <climits>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -50,7 +51,9 @@ struct PeriodicTimer::Impl {
 PeriodicTimer::PeriodicTimer() : d(new Impl) {}
 
 PeriodicTimer::~PeriodicTimer() {
-    stopOrTerminate(2 * d->periodMs);
+    // Twice the period, without overflowing a 32-bit long for very long periods.
+    const long limit = d->periodMs > LONG_MAX / 2 ? LONG_MAX : 2 * d->periodMs;
+    stopOrTerminate(limit);
     delete d;
 }
 

@@ -34,6 +34,8 @@ QORCOMMON_API void sleepMs(long milliseconds);
 
 /// Called with the id of a thread as the thread ends, on that thread, for every thread that
 /// called armThreadExitHook() before. One hook per process; set it once before threads arm it.
+/// On Win32 the hook runs under the loader lock: it must not wait for other threads or load
+/// libraries.
 using ThreadExitHook = void (*)(long threadId);
 QORCOMMON_API void setThreadExitHook(ThreadExitHook hook);
 /// Makes sure the hook runs when the calling thread ends; cheap after the first call per thread.

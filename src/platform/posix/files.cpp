@@ -116,6 +116,13 @@ bool copyFile(const std::string& from, const std::string& to, bool overwrite, st
         error = Posix::errorText(EISDIR);
         return false;
     }
+    // Truncating the target would otherwise empty the source before it is read.
+    struct stat existing {};
+    if (stat(to.c_str(), &existing) == 0 && existing.st_dev == info.st_dev &&
+        existing.st_ino == info.st_ino) {
+        error = "source and target are the same file";
+        return false;
+    }
     const int flags = O_WRONLY | O_CREAT | O_CLOEXEC | (overwrite ? O_TRUNC : O_EXCL);
     Descriptor target(open(to.c_str(), flags, info.st_mode & 0777));
     if (target.fd < 0 || !copyContent(source.fd, target.fd)) {

@@ -2,6 +2,7 @@
 #include "platform/platform.h"
 #include "qorcommon/assertion.h"
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <climits>
@@ -16,7 +17,6 @@
 #include <pthread.h>
 #include <sched.h>
 #include <semaphore.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace Orvane {
@@ -82,10 +82,10 @@ void sleepMs(long milliseconds) {
 
 namespace {
 
-ThreadExitHook g_exitHook = nullptr;
+std::atomic<ThreadExitHook> g_exitHook{nullptr};
 
 void onThreadKeyDestroyed(void*) {
-    if (ThreadExitHook hook = g_exitHook) hook(currentThreadId());
+    if (ThreadExitHook hook = g_exitHook.load()) hook(currentThreadId());
 }
 
 // The key only signals the end of a thread. It is deleted when the library is unloaded so that

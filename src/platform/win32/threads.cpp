@@ -3,6 +3,7 @@
 #include "platform/win32/win32support.h"
 #include "qorcommon/assertion.h"
 
+#include <atomic>
 #include <memory>
 #include <new>
 
@@ -44,7 +45,7 @@ void sleepMs(long milliseconds) {
 
 namespace {
 
-ThreadExitHook g_exitHook = nullptr;
+std::atomic<ThreadExitHook> g_exitHook{nullptr};
 // A system slot, not a C++ thread_local: it stays readable while the loader detaches the thread.
 DWORD g_exitSlot = TLS_OUT_OF_INDEXES;
 
@@ -74,7 +75,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
     case DLL_THREAD_DETACH:
         if (g_exitSlot != TLS_OUT_OF_INDEXES && TlsGetValue(g_exitSlot)) {
             TlsSetValue(g_exitSlot, nullptr);
-            if (ThreadExitHook hook = g_exitHook) hook(currentThreadId());
+            if (ThreadExitHook hook = g_exitHook.load()) hook(currentThreadId());
         }
         break;
     case DLL_PROCESS_DETACH:
