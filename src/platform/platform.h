@@ -170,9 +170,10 @@ QORCOMMON_API bool setLibraryDirectory(const std::string& path);
 // ---- files -------------------------------------------------------------------------------------
 
 QORCOMMON_API char pathSeparator();
+/// True for any existing entry, folders included.
 QORCOMMON_API bool fileExists(const std::string& path);
 QORCOMMON_API bool isDirectory(const std::string& path);
-/// Size in bytes, -1 when the file cannot be examined.
+/// Size in bytes, -1 when the file cannot be examined or is a folder.
 QORCOMMON_API std::int64_t fileSize(const std::string& path);
 /// Creates the folder and every missing parent; true when it exists afterwards.
 QORCOMMON_API bool createDirectories(const std::string& path, std::string& error);
@@ -181,7 +182,8 @@ QORCOMMON_API bool renameFile(const std::string& from, const std::string& to, st
 QORCOMMON_API bool copyFile(const std::string& from, const std::string& to, bool overwrite,
                             std::string& error);
 QORCOMMON_API bool removeFile(const std::string& path, std::string& error);
-/// Matches a file name against a pattern with "*" and "?" (PathMatchSpecW / fnmatch).
+/// Matches a file name against a pattern with "*" and "?" (PathMatchSpecW / fnmatch); an
+/// empty pattern and "*.*" match every name. Case matters on POSIX only, as in the file systems.
 QORCOMMON_API bool matchFileName(const std::string& name, const std::string& pattern);
 /// Names (not paths) of the entries of a folder that match the pattern, sorted.
 QORCOMMON_API std::vector<std::string> listDirectory(const std::string& folder,
