@@ -152,6 +152,16 @@ QORCOMMON_API void orv_Object_destruct(orv_Object_ptr obj) {
     destroyObject(objectOf(obj));
 }
 
+QORCOMMON_API long orv_Object_getChildCount(orv_Object_ptr obj) {
+    if (!QOR_CHECK(obj.obj)) return 0;
+    return static_cast<long>(objectOf(obj)->getChildren().size());
+}
+
+QORCOMMON_API orv_Object_ptr orv_BaseObject_parentObject(orv_BaseObject_ptr obj) {
+    if (!QOR_CHECK(obj.obj)) return orv_Object_ptr{nullptr};
+    return orv_Object_ptr{static_cast<BaseObject*>(obj.obj)->parentObject()};
+}
+
 QORCOMMON_API void orv_BaseObject_destruct(orv_BaseObject_ptr obj) {
     if (!QOR_CHECK(obj.obj)) return;
     destroyObject(static_cast<BaseObject*>(obj.obj));

@@ -18,10 +18,6 @@ TimerThread::~TimerThread() {
     delete d;
 }
 
-bool TimerThread::start(long periodMs, bool repeat) {
-    return start(periodMs, std::function<void()>(), repeat);
-}
-
 bool TimerThread::start(long periodMs, std::function<void()> action, bool repeat) {
     if (periodMs <= 0 || d->timer.isRunning()) return false;
     d->action = std::move(action);

@@ -36,7 +36,8 @@ public:
 /// Calls cleanUp() periodically, on a timer thread of its own, on every registered object.
 class QORCOMMON_API ThreadManagedObjectGC {
 public:
-    static constexpr long DefaultPeriodSeconds = 60;
+    // An enumerator rather than a static member: a DLL would have to export the member.
+    enum : long { DefaultPeriodSeconds = 60 };
 
     /// A collector with a period of DefaultPeriodSeconds.
     ThreadManagedObjectGC();

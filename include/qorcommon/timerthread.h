@@ -19,11 +19,11 @@ public:
     TimerThread(const TimerThread&) = delete;
     TimerThread& operator=(const TimerThread&) = delete;
 
-    /// Starts ticking every periodMs milliseconds (once only when `repeat` is false); false when
-    /// the period is not positive or the timer already runs.
-    bool start(long periodMs, bool repeat = true);
-    /// As start(periodMs, repeat), with `action` run by the default onTimer().
-    bool start(long periodMs, std::function<void()> action, bool repeat = true);
+    /// Starts ticking every periodMs milliseconds (once only when `repeat` is false); each tick
+    /// calls onTimer(), which by default runs `action`. False when the period is not positive
+    /// or the timer already runs.
+    bool start(long periodMs, std::function<void()> action = std::function<void()>(),
+               bool repeat = true);
     /// Asks the timer to stop and waits at most timeoutMs for a running tick; a thread that has
     /// not ended by then is terminated. True when it ended by itself (or did not run). Called
     /// from a tick, it only asks: the timer ends when the tick returns.

@@ -57,6 +57,10 @@ QORCOMMON_API orv_Object_ptr orv_ObjectStackFrame_as_Object(orv_ObjectStackFrame
 QORCOMMON_API orv_BaseObject_ptr orv_Object_asBaseObject(orv_Object_ptr obj);
 /* Frees an object and its children. */
 QORCOMMON_API void orv_Object_destruct(orv_Object_ptr obj);
+/* How many children the object has (0 for a null handle, after a failed check). */
+QORCOMMON_API long orv_Object_getChildCount(orv_Object_ptr obj);
+/* The object's parent; a null handle when it has none. */
+QORCOMMON_API orv_Object_ptr orv_BaseObject_parentObject(orv_BaseObject_ptr obj);
 /* Frees an object (and its children if it has any). */
 QORCOMMON_API void orv_BaseObject_destruct(orv_BaseObject_ptr obj);
 
