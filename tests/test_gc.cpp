@@ -148,31 +148,26 @@ TEST(GCCounting, AssignmentReleasesTheOldObjectAndTakesTheNew) {
     EXPECT_EQ(b->useCount(), 1);
 }
 
-TEST(GCCounting, MovesHandOverTheUse) {
+TEST(GCCounting, MovesResetAndUncountedHandlesHandOverWithoutCounting) {
     std::atomic<int> deaths{0};
     GC<Tracked> source(new Tracked(&deaths));
     Tracked* object = source.ptr();
     GC<Tracked> target(std::move(source));
     EXPECT_TRUE(source.isNull()); // NOLINT(bugprone-use-after-move): the rule under test
-    EXPECT_EQ(object->useCount(), 1);
     GC<Tracked> other(new Tracked(&deaths));
     other = std::move(target);
-    EXPECT_EQ(deaths.load(), 1);
+    EXPECT_EQ(deaths.load(), 1); // other's previous object
     EXPECT_EQ(object->useCount(), 1);
-    EXPECT_EQ(other.ptr(), object);
-}
 
-TEST(GCCounting, ResetForgetsWithoutReleasing) {
-    std::atomic<int> deaths{0};
-    auto* object = new Tracked(&deaths);
-    {
-        GC<Tracked> handle(object);
-        handle.reset();
-        EXPECT_TRUE(handle.isNull());
-    }
+    other.reset(); // forgets without releasing
     EXPECT_EQ(object->useCount(), 1);
-    EXPECT_TRUE(Counting::unuse(object));
-    EXPECT_EQ(deaths.load(), 1);
+    GCBase<Tracked> plain;
+    plain = object; // the base handle does not count
+    GC<Tracked> counted(plain);
+    EXPECT_EQ(object->useCount(), 2);
+    EXPECT_FALSE(Counting::unuse(object));
+    counted.dispose();
+    EXPECT_EQ(deaths.load(), 2);
 }
 
 TEST(GCCounting, ConvertingHandlesShareTheCount) {
@@ -194,29 +189,6 @@ TEST(GCCounting, ConvertingHandlesShareTheCount) {
     EXPECT_EQ(deaths.load(), 1);
 }
 
-TEST(GCCounting, HandlesFromAnUncountedBase) {
-    std::atomic<int> deaths{0};
-    auto* object = new Tracked(&deaths);
-    GCBase<Tracked> plain;
-    plain = object; // the base handle does not count
-    EXPECT_EQ(object->useCount(), 0);
-    {
-        GC<Tracked> counted(plain);
-        EXPECT_EQ(object->useCount(), 1);
-    }
-    EXPECT_EQ(deaths.load(), 1);
-}
-
-TEST(GCObjectTest, CopiesStartUncounted) {
-    Tracked original;
-    Counting::use(&original);
-    Tracked copy(original);
-    EXPECT_EQ(copy.useCount(), 0);
-    copy = original;
-    EXPECT_EQ(copy.useCount(), 0);
-    EXPECT_EQ(original.useCount(), 1);
-}
-
 TEST(GCObjectTest, TypeNameIsTheQualifiedDynamicTypeAndStable) {
     GC<Tracked> derived = makeGC<Derived>();
     const char* name = derived->typeName();
@@ -227,8 +199,13 @@ TEST(GCObjectTest, TypeNameIsTheQualifiedDynamicTypeAndStable) {
     EXPECT_EQ(Derived().typeName(), name); // one text per type, not per object
 }
 
-TEST(GCObjectTest, IdentityAndReferenceRegistry) {
+TEST(GCObjectTest, CopiesIdentityAndReferenceRegistry) {
     Tracked object;
+    Counting::use(&object);
+    Tracked copy(object);
+    copy = object;
+    EXPECT_EQ(copy.useCount(), 0); // a copy is a new object with uses of its own
+    EXPECT_EQ(object.useCount(), 1);
     EXPECT_EQ(object.objectId(),
               static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(&object)));
 
@@ -237,12 +214,9 @@ TEST(GCObjectTest, IdentityAndReferenceRegistry) {
     registry.add("logger");
     registry.add("logger");
     registry.add("collector");
-    EXPECT_EQ(registry.count("logger"), 2);
-    EXPECT_EQ(registry.size(), 3);
     EXPECT_TRUE(registry.remove("logger"));
     EXPECT_FALSE(registry.remove("nobody"));
     EXPECT_EQ(registry.count("logger"), 1);
-    EXPECT_EQ(registry.count("nobody"), 0);
     EXPECT_EQ(registry.size(), 2);
 }
 

@@ -32,6 +32,10 @@ struct Probe : Object {
     Probe(DeathLog* deaths, Object* parent, UsageType usage = Standalone)
         : Object(usage, parent), log(deaths) {}
     Probe(const Probe& other) : Object(other), log(other.log) {}
+    Probe& operator=(const Probe& other) {
+        Object::operator=(other);
+        return *this;
+    }
     ~Probe() override {
         if (log) {
             log->order.push_back(this);
@@ -88,19 +92,15 @@ TEST(ObjectOwnership, ParentDeletesItsChildrenInPointerOrder) {
     EXPECT_TRUE(std::is_sorted(childOrder.begin(), childOrder.end()));
 }
 
-TEST(ObjectOwnership, ParentlessObjectsAreStandaloneAndAChildLeavesOnDeletion) {
+TEST(ObjectOwnership, ParentlessObjectsAndAChildLeavingOnDeletion) {
     Object loose;
-    EXPECT_EQ(loose.parentObject(), nullptr);
     EXPECT_EQ(loose.usageType(), BaseObject::Standalone);
-    EXPECT_TRUE(loose.getChildren().empty());
     loose.destroyChildren(); // nothing registered: nothing happens
+    EXPECT_EQ(Object(BaseObject::Owned).usageType(), BaseObject::Owned);
 
     Object parent;
-    auto* child = new Object(BaseObject::Owned, &parent);
-    EXPECT_EQ(child->usageType(), BaseObject::Owned);
-    delete child;
+    delete new Object(BaseObject::Owned, &parent);
     EXPECT_TRUE(parent.getChildren().empty());
-    EXPECT_EQ(Object(BaseObject::Owned).usageType(), BaseObject::Owned);
 }
 
 TEST(ObjectOwnership, CopiesFollowTheUsage) {
@@ -126,23 +126,12 @@ TEST(ObjectOwnership, CopiesFollowTheUsage) {
     EXPECT_EQ(owned->getChildren().size(), 1u);
     childless.setParentObject(nullptr);
 
+    // Assignment is no ownership change either.
+    *ownedCopy = standaloneCopy;
+    EXPECT_EQ(ownedCopy->parentObject(), parent);
+
     delete parent;
     EXPECT_EQ(log.count.load(), 3); // owned, its copy, and owned's child
-}
-
-TEST(ObjectOwnership, AssignmentKeepsParentAndChildren) {
-    Object parentA, parentB;
-    StorageObject a(&parentA), b(&parentB);
-    Object child(BaseObject::Standalone, &a);
-    a = b;
-    EXPECT_EQ(a.parentObject(), &parentA);
-    EXPECT_EQ(b.parentObject(), &parentB);
-    EXPECT_TRUE(contains(a.getChildren(), &child));
-    StorageObject copy(a);
-    EXPECT_EQ(copy.parentObject(), nullptr);
-    child.setParentObject(nullptr);
-    a.setParentObject(nullptr);
-    b.setParentObject(nullptr);
 }
 
 TEST(ObjectOwnership, ReparentingMovesTheChildAndSameParentRegistersAgain) {
@@ -226,42 +215,7 @@ TEST(ObjectOwnership, ChildrenRegisteredFromSeveralThreads) {
     EXPECT_EQ(log.count.load(), 1);
 }
 
-TEST(ObjectOwnership, StackFramesAreOwned) {
-    ObjectStackFrame root;
-    auto* frame = new ObjectStackFrame(&root);
-    EXPECT_EQ(frame->usageType(), BaseObject::Owned);
-    EXPECT_EQ(frame->parentObject(), &root);
-    EXPECT_EQ(root.getChildren().size(), 1u);
-}
-
 // ---- locks, protected variables and guards ---------------------------------------------------
-
-TEST(Locks, MutexSemaphoreAndGuard) {
-    Mutex mutex;
-    {
-        MutexLocker guard(mutex);
-        bool takenElsewhere = true;
-        std::thread([&] { takenElsewhere = mutex.tryLock(); }).join();
-        EXPECT_FALSE(takenElsewhere);
-        guard.unlock();
-        EXPECT_FALSE(guard.isLocked());
-    }
-    EXPECT_TRUE(mutex.tryLock());
-    mutex.unlock();
-
-    RecursiveMutex recursive;
-    recursive.lock();
-    EXPECT_TRUE(recursive.tryLock());
-    recursive.unlock();
-    recursive.unlock();
-
-    Semaphore token(1, 1);
-    EXPECT_TRUE(token.tryAcquire());
-    EXPECT_FALSE(token.tryAcquire());
-    EXPECT_TRUE(token.release());
-    EXPECT_FALSE(token.release()); // past the maximum
-    EXPECT_TRUE(token.acquire(0));
-}
 
 TEST(GlobalVariables, ProxiesSerialiseAccess) {
     GlobalVariable<std::map<int, int>> table;
@@ -331,26 +285,11 @@ TEST(GlobalVariables, MissingValuesFailTheirCheck) {
     EXPECT_EQ(recorder.texts().size(), 3u);
 }
 
-TEST(GlobalVariables, VariablesCanShareOneLock) {
-    RecursiveMutex shared;
-    MutexProvider first(shared), second(shared);
-    GlobalVariable<int> a(1, &first), b(2, &second);
-    auto lockedA = a.access();
-    bool takenElsewhere = true;
-    std::thread([&] {
-        takenElsewhere = b.provider().tryLock();
-        if (takenElsewhere) b.provider().unlock();
-    }).join();
-    EXPECT_FALSE(takenElsewhere);
-    EXPECT_EQ(&a.provider().mutex(), &shared);
-}
-
 namespace {
 
 struct CountingVariable : ProtectedVariable {
-    void attach() override { ++attached; }
+    void attach() override {}
     void detach() override { ++detached; }
-    int attached = 0;
     int detached = 0;
 };
 
@@ -358,24 +297,16 @@ struct CountingVariable : ProtectedVariable {
 
 TEST(Guards, VariableDetacherReleasesOnce) {
     CountingVariable variable;
-    {
-        variable.attach();
-        VariableDetacher fromReference(variable);
-        EXPECT_TRUE(fromReference.isActive());
-    }
+    { VariableDetacher fromReference(variable); }
     EXPECT_EQ(variable.detached, 1);
     {
         VariableDetacher fromPointer(&variable);
         fromPointer.deactivate();
-        EXPECT_EQ(variable.detached, 2);
+        EXPECT_FALSE(fromPointer.isActive());
         fromPointer.deactivate();
     }
+    VariableDetacher nothing(static_cast<ProtectedVariable*>(nullptr));
     EXPECT_EQ(variable.detached, 2);
-    {
-        VariableDetacher nothing(static_cast<ProtectedVariable*>(nullptr));
-        EXPECT_FALSE(nothing.isActive());
-    }
-    EXPECT_EQ(variable.attached, 1);
 }
 
 TEST(Guards, DetacherRunsOnceWhenTheLastCopyGoes) {
@@ -489,28 +420,24 @@ TEST(ThreadObjectDepotTest, DestroyedSlotsAreMadeAgain) {
     EXPECT_EQ(counters.freed.load(), 2);
 }
 
-TEST(ThreadObjectDepotTest, StoredAndReplacedObjects) {
+TEST(ThreadObjectDepotTest, StoredAndReplacedObjectsAndUnknownIds) {
     Counters counters;
     ThreadObjectDepot depot;
     const int id = depot.registerObject(makeInt(counters, 1), freeInt(counters));
-    int* mine = new int(3);
-    EXPECT_TRUE(depot.registerObject(id, mine));
-    EXPECT_FALSE(depot.registerObject(id, mine));
+    int mine = 3, replacement = 4;
+    EXPECT_TRUE(depot.registerObject(id, &mine));
+    EXPECT_FALSE(depot.registerObject(id, &replacement));
     int created = -1;
-    EXPECT_EQ(depot.getObject(id, &created), mine);
+    EXPECT_EQ(depot.getObject(id, &created), &mine);
     EXPECT_EQ(created, 0);
+    EXPECT_EQ(depot.setObject(id, &replacement), &mine);
+    EXPECT_EQ(depot.getObject(id), &replacement);
+    EXPECT_EQ(depot.setObject(id, nullptr), &replacement);
     EXPECT_EQ(counters.made.load(), 0);
 
-    EXPECT_EQ(depot.setObject(id, new int(4)), mine);
-    delete mine;
-    EXPECT_EQ(asInt(depot.getObject(id)), 4);
-
-    // An id nobody registered gets an empty slot instead of failing.
-    void*& unknown = depot.getObject(4242, &created);
-    EXPECT_EQ(unknown, nullptr);
+    // An id nobody registered gets an empty slot instead of failing, and is not handed out.
+    EXPECT_EQ(depot.getObject(4242, &created), nullptr);
     EXPECT_EQ(created, 1);
-    EXPECT_EQ(depot.setObject(4242, &counters), nullptr);
-    EXPECT_EQ(depot.getObject(4242), &counters);
     EXPECT_GT(depot.registerObject(nullptr, nullptr), 4242);
 }
 
@@ -519,19 +446,13 @@ TEST(ThreadObjectDepotTest, DestroyingManyAndGivenDestroyers) {
     ThreadObjectDepot depot;
     const int a = depot.registerObject(makeInt(counters, 1), freeInt(counters));
     const int b = depot.registerObject(makeInt(counters, 2), freeInt(counters));
-    std::vector<std::thread> threads;
-    std::atomic<int> waiting{3};
-    Semaphore release(0, 3);
+    // A store of its own has no thread-exit hook: the objects of these threads stay.
     for (int t = 0; t < 3; ++t) {
-        threads.emplace_back([&] {
+        std::thread([&] {
             depot.getObject(a);
             depot.getObject(b);
-            waiting.fetch_sub(1);
-            release.acquire(-1); // stay alive until the objects are counted
-        });
+        }).join();
     }
-    while (waiting.load() > 0)
-        std::this_thread::yield();
     depot.getObject(a);
 
     std::vector<long> seen;
@@ -545,14 +466,8 @@ TEST(ThreadObjectDepotTest, DestroyingManyAndGivenDestroyers) {
 
     EXPECT_EQ(depot.destroyAllObjects(a, freeInt(viaArgument)), 4u);
     EXPECT_EQ(viaArgument.freed.load(), 4);
-    EXPECT_EQ(depot.objectCount(a), 0u);
     EXPECT_EQ(asInt(depot.getObject(a)), 1); // the variable stays registered
     EXPECT_EQ(depot.destroyAllObjects(), 4u);
-    EXPECT_EQ(counters.freed.load(), 4);
-
-    release.release(3);
-    for (auto& thread : threads)
-        thread.join();
     depot.getObject(b);
     depot.unregisterObject(b);
     EXPECT_EQ(counters.freed.load(), 5);
@@ -628,23 +543,15 @@ TEST(ThreadLocalVariableTest, ValuesArePerThreadAndGoWithTheirThread) {
         variable.set(new Value{});
         EXPECT_EQ(g_valuesFreed.load(), 2);
         EXPECT_EQ(variable->n, 0);
-        variable.destroy();
+        variable.cleanUp(); // this thread still runs: its value stays
+        EXPECT_TRUE(variable.hasValue());
+        gc->cleanUpCurrentThread();
         EXPECT_FALSE(variable.hasValue());
         EXPECT_EQ(g_valuesFreed.load(), 3);
         variable.get();
-        variable.cleanUp(Platform::currentThreadId());
-        EXPECT_EQ(g_valuesFreed.load(), 4);
-        variable.get();
-        variable.cleanUp(); // this thread still runs: its value stays
-        EXPECT_TRUE(variable.hasValue());
-        EXPECT_FALSE(QOR::threadLocalVariableGC.load() == nullptr);
-        gc->cleanUpCurrentThread();
-        EXPECT_FALSE(variable.hasValue());
-        variable.get();
-        (void)gc;
+        EXPECT_EQ(g_valuesFreed.load(), 3);
     }
-    EXPECT_EQ(g_valuesFreed.load(), 6);
-    EXPECT_FALSE(QOR::threadLocalVariableGC.load()->isRegistered(nullptr));
+    EXPECT_EQ(g_valuesFreed.load(), 4); // the variable takes its values along
 }
 
 TEST(ThreadManagedObjectGCTest, CleanUpReachesEveryRegisteredObject) {
@@ -709,27 +616,18 @@ TEST(ThreadManagedObjectGCTest, TheTimerCollectsEndedThreadsPeriodically) {
     gc.unregisterObject(&watched);
 }
 
-TEST(TimerThreadTest, TicksUntilStopped) {
+TEST(TimerThreadTest, ATickMayStopItsOwnTimer) {
     TimerThread timer;
     EXPECT_FALSE(timer.start(0, [] {}));
-    Semaphore ticks(0, 1000000);
-    EXPECT_TRUE(timer.start(1, [&ticks] { ticks.release(); }));
-    EXPECT_FALSE(timer.start(1, [] {})); // already running
-    EXPECT_EQ(timer.periodMs(), 1);
-    for (int i = 0; i < 3; ++i)
-        EXPECT_TRUE(ticks.acquire(30000));
-    EXPECT_TRUE(timer.stopOrTerminate(30000));
-    EXPECT_FALSE(timer.isRunning());
-
-    // A tick may stop its own timer.
     Semaphore done(0, 1);
-    TimerThread selfStopping;
-    EXPECT_TRUE(selfStopping.start(1, [&] {
-        EXPECT_TRUE(selfStopping.stopOrTerminate(1000));
+    EXPECT_TRUE(timer.start(1, [&] {
+        EXPECT_TRUE(timer.stopOrTerminate(1000)); // only asks: it cannot wait for itself
         done.release();
     }));
+    EXPECT_FALSE(timer.start(1, [] {})); // already running
     EXPECT_TRUE(done.acquire(30000));
-    EXPECT_TRUE(selfStopping.stopOrTerminate(30000));
+    EXPECT_TRUE(timer.stopOrTerminate(30000));
+    EXPECT_FALSE(timer.isRunning());
 }
 
 // ---- the C object stack across threads --------------------------------------------------------
