@@ -24,7 +24,7 @@ find_program(PKG_CONFIG pkg-config)
 find_program(CXX_COMPILER NAMES c++ g++)
 if(PKG_CONFIG AND CXX_COMPILER)
   execute_process(COMMAND ${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${prefix}/lib/pkgconfig
-                  ${PKG_CONFIG} --cflags --libs qorcommon
+                  ${PKG_CONFIG} --define-variable=prefix=${prefix} --cflags --libs qorcommon
                   OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE RESULT_VARIABLE rc)
   if(NOT rc EQUAL 0)
     message(FATAL_ERROR "pkg-config does not know qorcommon")
