@@ -1,0 +1,101 @@
+#include "qorcommon/result.h"
+
+#include "qorcommon/mutex.h"
+
+#include <cstdio>
+#include <utility>
+
+namespace Orvane {
+namespace Core {
+
+namespace {
+
+struct ShowErrorHook {
+    Mutex mutex;
+    Result::ShowErrorHandler handler = &Result::defaultShowErrorHandler;
+    void* context = nullptr;
+};
+
+// Never destroyed: errors may still be shown while static objects are torn down.
+ShowErrorHook& showErrorHook() {
+    static ShowErrorHook* hook = new ShowErrorHook;
+    return *hook;
+}
+
+} // namespace
+
+struct Result::Private {
+    ErrorInfo errorInfo;
+    bool ok = true;
+};
+
+Result::Result(bool ok) : d(new Private) {
+    d->ok = ok;
+}
+
+Result::Result(const ErrorInfo& errorInfo, bool ok) : d(new Private{errorInfo, ok}) {}
+
+Result::Result(const Result& other) : d(new Private(*other.ensure())) {}
+
+Result::Result(Result&& other) noexcept : d(other.d) {
+    other.d = nullptr;
+}
+
+Result& Result::operator=(const Result& other) {
+    if (this != &other) *ensure() = *other.ensure();
+    return *this;
+}
+
+Result& Result::operator=(Result&& other) noexcept {
+    std::swap(d, other.d);
+    return *this;
+}
+
+Result::~Result() {
+    delete d;
+}
+
+Result::Private* Result::ensure() const {
+    if (!d) d = new Private;
+    return d;
+}
+
+bool Result::isOk() const {
+    return ensure()->ok;
+}
+
+const ErrorInfo& Result::errorInfo() const {
+    return ensure()->errorInfo;
+}
+
+void Result::showError(const CodeLocation& location, int x, int y) const {
+    ShowErrorHook& hook = showErrorHook();
+    hook.mutex.lock();
+    const ShowErrorHandler handler = hook.handler;
+    void* const context = hook.context;
+    hook.mutex.unlock();
+    // Called outside the lock, so that a handler may show further errors or replace itself.
+    handler(errorInfo(), location, x, y, context);
+}
+
+Result::ShowErrorHandler Result::setShowErrorHandler(ShowErrorHandler handler, void* context,
+                                                     void** previousContext) {
+    ShowErrorHook& hook = showErrorHook();
+    ScopedLock<Mutex> lock(hook.mutex);
+    const ShowErrorHandler previous = hook.handler;
+    if (previousContext) *previousContext = hook.context;
+    hook.handler = handler ? handler : &Result::defaultShowErrorHandler;
+    hook.context = handler ? context : nullptr;
+    return previous;
+}
+
+void Result::defaultShowErrorHandler(const ErrorInfo& errorInfo, const CodeLocation& location, int,
+                                     int, void*) {
+    const std::string text =
+        "Error shown at " + location.asString().str() + "\n" + errorInfo.asLongString().str();
+    std::fputs(text.c_str(), stderr);
+    std::fflush(stderr);
+}
+
+} // namespace Core
+} // namespace Orvane
