@@ -69,18 +69,20 @@ TEST(GCCounting, HandlesTakeAndGiveBackUsesAndTheLastOneDeletes) {
 }
 
 TEST(GCCounting, UntakenReleasesChangeNothing) {
-    Tracked onStack;
+    // Held by a unique_ptr: a deletion by the counting would be a double free that ASan reports.
+    auto owner = std::make_unique<Tracked>();
+    Tracked& untaken = *owner;
     EXPECT_FALSE(Counting::unuse(nullptr));
     EXPECT_FALSE(Counting::unuse(nullptr, true));
-    // Never taken: the release is refused, the object is not deleted (it lives on the stack,
-    // so a deletion would crash) and the count does not go below zero.
-    EXPECT_FALSE(Counting::unuse(&onStack));
-    EXPECT_FALSE(Counting::unuse(&onStack));
-    EXPECT_EQ(onStack.useCount(), 0);
+    // Never taken: the release is refused, the object is not deleted and the count does not go
+    // below zero.
+    EXPECT_FALSE(Counting::unuse(&untaken));
+    EXPECT_FALSE(Counting::unuse(&untaken));
+    EXPECT_EQ(untaken.useCount(), 0);
     Counting::use(nullptr);
-    Counting::barrier(&onStack);
+    Counting::barrier(&untaken);
     Counting::barrier(nullptr);
-    EXPECT_EQ(onStack.useCount(), 0);
+    EXPECT_EQ(untaken.useCount(), 0);
 }
 
 TEST(GCCounting, KeepLeavesTheObjectToTheCaller) {
