@@ -12,8 +12,6 @@ using Orvane::Core::ConfigEntryDefinition;
 using Orvane::Core::GC;
 using Orvane::Core::NameInfo;
 using Orvane::Core::QORConfig;
-using Orvane::Core::QOREntry;
-using Orvane::Core::StringList;
 namespace CWrapper = Orvane::Core::CWrapper;
 
 namespace {
@@ -106,31 +104,6 @@ TEST(ConfigDefinition, GeneratorReplacesTheStoredNestedList) {
     config->setGenerator(QORConfig::Generator());
     ASSERT_EQ(config->nestedDefinitions().size(), 1u);
     EXPECT_EQ(config->nestedDefinitions()[0], stored);
-}
-
-TEST(ConfigDefinition, EntryRecordKeepsWhatItIsGiven) {
-    GC<QOREntry> entry(new QOREntry());
-    EXPECT_EQ(entry->path(), "");
-    EXPECT_TRUE(entry->getDefaultValues().isEmpty());
-
-    entry->setPath("GLOBAL/CORE_ENCODING");
-    entry->setNameInfo(NameInfo("Core Encoding", "Encoding of core layer strings"));
-    entry->setSelectionPolicy(ConfigEntryDefinition::OneOfAvailable);
-    entry->appendAvailableValue(
-        {"locale", NameInfo("Locale", "Locale string encoding defined by operating system.")});
-    entry->appendAvailableValue({"utf8", NameInfo("UTF-8", "")});
-    entry->setDefaultValues(StringList{"utf8"});
-    entry->addAvailableMacro("date", NameInfo("Date", "today"));
-
-    EXPECT_EQ(entry->path(), "GLOBAL/CORE_ENCODING");
-    EXPECT_EQ(entry->selectionPolicy(), ConfigEntryDefinition::OneOfAvailable);
-    ASSERT_EQ(entry->getAvailableValues().size(), 2u);
-    EXPECT_EQ(entry->getAvailableValues()[1].value, "utf8");
-    EXPECT_EQ(entry->getAvailableValues()[0].nameInfo.description(),
-              "Locale string encoding defined by operating system.");
-    EXPECT_EQ(entry->getDefaultValues().asVector(), Texts{"utf8"});
-    ASSERT_EQ(entry->getAvailableMacros().count("date"), 1u);
-    EXPECT_EQ(entry->getAvailableMacros().at("date").description(), "today");
 }
 
 TEST(ConfigDefinition, CHandleHoldsAUseUntilDetached) {

@@ -328,17 +328,6 @@ TEST(ConfigHandler, UnsupportedOperationsFailWithTheirMessages) {
     EXPECT_TRUE(handler->isOperationSupported(ConfigHandler::ReadingEntries));
 }
 
-TEST(ConfigHandler, DefaultClaimsOnlyReading) {
-    struct Minimal : ConfigHandler {
-        bool readEntryAsStringList(const std::string&, StringList&) override { return false; }
-    };
-    GC<ConfigHandler> handler(new Minimal);
-    for (int op = 0; op <= 8; ++op) {
-        EXPECT_EQ(handler->isOperationSupported(static_cast<ConfigHandler::Operation>(op)),
-                  op == 0);
-    }
-}
-
 // ---- cache
 // -----------------------------------------------------------------------------------------------
 
