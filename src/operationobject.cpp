@@ -1,5 +1,6 @@
 #include "qorcommon/operationobject.h"
 
+#include "qorcommon/logging.h"
 #include "qorcommon/result.h"
 
 namespace Orvane {
@@ -57,6 +58,10 @@ void OperationObject::setCurrentErrorInfo(const ErrorInfo& errorInfo) {
 
 Object* OperationObject::parentOfStorages() const {
     return &d->storages;
+}
+
+void OperationObject::endLogging(LoggingFrame* frame, const CodeLocation& location) const {
+    LoggingFrame::end(frame, location, DateTime::now());
 }
 
 // ---- ErrorInfoBuilder -----------------------------------------------------------------------

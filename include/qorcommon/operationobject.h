@@ -9,6 +9,8 @@
 namespace Orvane {
 namespace Core {
 
+class LoggingFrame;
+
 /// Base of objects whose operations leave their failure in the object: after a failed call the
 /// caller reads getCurrentErrorInfo() (or getErrorText(), getErrorCode()).
 ///
@@ -42,6 +44,10 @@ protected:
     /// their callers: they live until the operation object goes, without being counted among
     /// its children.
     Object* parentOfStorages() const;
+
+    /// Closes the logging scope `frame` (from LoggingFrame::begin) at `location`: writes its
+    /// end entry and frees the frame.
+    void endLogging(LoggingFrame* frame, const CodeLocation& location) const;
 
 private:
     struct Private;
