@@ -9,6 +9,7 @@
 #include "qorcommon/export.h"
 
 #include <cstdint>
+#include <cstdio>
 #include <ctime>
 #include <functional>
 #include <string>
@@ -185,6 +186,9 @@ QORCOMMON_API bool removeFile(const std::string& path, std::string& error);
 /// Matches a file name against a pattern with "*" and "?" (PathMatchSpecW / fnmatch); an
 /// empty pattern and "*.*" match every name. Case matters on POSIX only, as in the file systems.
 QORCOMMON_API bool matchFileName(const std::string& name, const std::string& pattern);
+/// Opens a file with a C library mode ("rb", "wb", ...); other processes keep read and write
+/// access to it meanwhile (Win32: _wfsopen with _SH_DENYNO). Null on failure.
+QORCOMMON_API std::FILE* openFile(const std::string& path, const char* mode);
 /// Names (not paths) of the entries of a folder that match the pattern, sorted.
 QORCOMMON_API std::vector<std::string> listDirectory(const std::string& folder,
                                                      const std::string& pattern);

@@ -150,6 +150,11 @@ bool matchFileName(const std::string& name, const std::string& pattern) {
     return fnmatch(pattern.c_str(), name.c_str(), FNM_NOESCAPE) == 0;
 }
 
+std::FILE* openFile(const std::string& path, const char* mode) {
+    if (path.empty() || !mode) return nullptr;
+    return std::fopen(path.c_str(), mode);
+}
+
 std::vector<std::string> listDirectory(const std::string& folder, const std::string& pattern) {
     std::vector<std::string> names;
     DIR* directory = opendir(folder.empty() ? "." : folder.c_str());

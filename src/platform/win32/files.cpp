@@ -2,9 +2,11 @@
 #include "platform/platform.h"
 #include "platform/win32/win32support.h"
 
+#include <share.h>
 #include <shlwapi.h>
 
 #include <algorithm>
+#include <cstdio>
 
 namespace Orvane {
 namespace Core {
@@ -101,6 +103,11 @@ bool matchWide(const std::wstring& name, const std::wstring& pattern) {
 
 bool matchFileName(const std::string& name, const std::string& pattern) {
     return matchWide(Win32::toWide(name), Win32::toWide(pattern));
+}
+
+std::FILE* openFile(const std::string& path, const char* mode) {
+    if (path.empty() || !mode) return nullptr;
+    return _wfsopen(Win32::toWidePath(path).c_str(), Win32::toWide(mode).c_str(), _SH_DENYNO);
 }
 
 std::vector<std::string> listDirectory(const std::string& folder, const std::string& pattern) {
