@@ -29,6 +29,7 @@ total_passed=0
 total_failed=0
 failed_configs=()
 for config in "${configs[@]}"; do
+  started=$SECONDS
   echo "=== ${config}: configure and build"
   [[ "$config" == windows ]] && start_wine
   if ! cmake --preset "$config" >/dev/null || ! cmake --build --preset "$config" -- -j2 >"build/${config}.build.log" 2>&1; then
@@ -53,6 +54,7 @@ for config in "${configs[@]}"; do
     failed_configs+=("$config")
     [[ -n "$summary" ]] || total_failed=$((total_failed + 1))
   fi
+  echo "=== ${config}: done in $((SECONDS - started)) s"
 done
 
 echo
