@@ -1,13 +1,22 @@
 // A short tour of the library's C++ face: counted handles, parent ownership, strings and lists.
 #include "qorcommon/bytearray.h"
+#include "qorcommon/datetime.h"
+#include "qorcommon/envconfighandler.h"
+#include "qorcommon/errorinfo.h"
+#include "qorcommon/exception.h"
 #include "qorcommon/gc.h"
 #include "qorcommon/hash.h"
+#include "qorcommon/logging.h"
+#include "qorcommon/logginghandler.h"
+#include "qorcommon/memoryconfighandler.h"
 #include "qorcommon/object.h"
 #include "qorcommon/string.h"
 #include "qorcommon/stringlist.h"
 #include "qorcommon/version.h"
 
 #include <cstdio>
+#include <iostream>
+#include <stdexcept>
 
 using namespace Orvane::Core;
 
@@ -54,7 +63,8 @@ void strings() {
     std::printf("  '%s' matches 'orv*.c?g': %s\n", "orvane.cfg",
                 String::isMatch("orvane.cfg", "orv*.c?g") ? "yes" : "no");
     String padded("  trimmed text \t");
-    std::printf("  trim: [%s], upper: %s\n", padded.trim().c_str(), String("abc").toUpper().c_str());
+    std::printf("  trim: [%s], upper: %s\n", padded.trim().c_str(),
+                String("abc").toUpper().c_str());
 
     StringList parts = StringList::split("a;;b", ";", false);
     std::printf("  split 'a;;b' at ';': %zu parts, joined with '|': %s\n", parts.size(),
@@ -67,11 +77,75 @@ void strings() {
                 static_cast<unsigned long long>(hash64("orvane")));
 }
 
+void dateAndTime() {
+    std::printf("Date and time\n");
+    DateTime leapDay(2024, 2, 29, 23, 59, 58, 7);
+    std::printf("  ISO: %s, token format DD.MM.YYYY: %s\n", leapDay.asISODateTime().c_str(),
+                leapDay.asString("DD.MM.YYYY").c_str());
+    DateTime parsed;
+    if (DateTime::fromISODateTime("1969-12-31T23:59:59.250", DateTime::DaylightSavingAuto, parsed))
+        std::printf("  parsed before 1970: %s (%d ms)\n", parsed.asISODateTime().c_str(),
+                    static_cast<int>(parsed.milliseconds()));
+}
+
+void configurationChain() {
+    std::printf("Configuration chain\n");
+    // Command line over memory: "-c" arguments win, the rest falls back to the base handler.
+    GC<ConfigHandler> memory(new MemoryConfigHandler());
+    memory->setStringEntry("GLOBAL/LOG_FILE", "orvane.log", true);
+    memory->setBooleanEntry("ORVANE_CONFIG_HANDLER/IS_WRITING_ENABLED", false, true);
+    GC<ConfigHandler> chain(
+        new CLAConfigHandler({"tour", "-cGLOBAL/LOG_LEVEL=3", "-cGLOBAL/PLUGINS=a<|>b"}, memory));
+    std::string file;
+    long level = 0;
+    StringList plugins;
+    chain->getStringEntry("GLOBAL/LOG_FILE", file, true);
+    chain->getLongEntry("GLOBAL/LOG_LEVEL", level, true);
+    chain->getStringListEntry("GLOBAL/PLUGINS", plugins, true);
+    std::printf("  LOG_FILE from the base: %s, LOG_LEVEL from the command line: %ld, PLUGINS: %s\n",
+                file.c_str(), level, plugins.join(", ").c_str());
+    bool missing = false;
+    // Each handler keeps the calling thread's last error; the base failed last here.
+    if (!chain->getBooleanEntry("GLOBAL/MISSING", missing, true))
+        std::printf("  a missing entry fails with: %s\n", memory->getLastError().c_str());
+}
+
+void errorRecords() {
+    std::printf("Error records\n");
+    ErrorInfo error("disk full", "free some space", CodeLocation("store.cpp", 42), DateTime::now());
+    error.setErrorCode(28);
+    error.customInfo() << CustomInfo::Pair("path", "/var/data");
+    std::printf("  short form: %s\n", error.asShortString().c_str());
+    try {
+        try {
+            throw std::runtime_error("write() returned ENOSPC");
+        } catch (const std::exception& cause) {
+            throw OperationException(error, new std::runtime_error(cause.what()));
+        }
+    } catch (const OperationException& e) {
+        std::printf("  exception chain:\n%s\n", e.asLongString().c_str());
+    }
+}
+
+void logging() {
+    std::printf("Logging (one line per entry on standard output)\n");
+    std::cout.flush();
+    GC<LoggingHandler> handler(new SimpleLoggingHandler(std::cout));
+    GC<Logger> logger = handler->getLogger("tour", ModuleInfo());
+    QOR_LOGGING_SCOPE(logger);
+    QOR_LOG(Logger::Info, LogEntry::fromGeneralMessage("configuration read"));
+    QOR_LOG(Logger::Warning, LogEntry::fromVariable_str("level", "3", "long"));
+}
+
 } // namespace
 
 int main() {
     countedHandles();
     parentOwnership();
     strings();
+    dateAndTime();
+    configurationChain();
+    errorRecords();
+    logging();
     return 0;
 }

@@ -25,6 +25,7 @@
 #include <functional>
 #include <list>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Orvane {
@@ -291,15 +292,22 @@ QORCOMMON_API LoggingFrame* assert_logging_frame_is_valid(LoggingFrame* frame,
 } // namespace Logging
 
 /// A logging frame for the length of a C++ scope: begun by the constructor, ended by the
-/// destructor unless it was ended before (endWith hands a return value out).
+/// destructor unless it was ended before (endWith hands a return value out). A scope begun at a
+/// code location ends at the same location, so its end entry names the function too.
 class LoggingScope {
 public:
-    LoggingScope(const GC<Logger>& logger, const CodeLocation& location)
-        : m_frame(logger ? LoggingFrame::begin(logger, location) : nullptr) {}
+    LoggingScope(const GC<Logger>& logger, CodeLocation location)
+        : m_location(std::move(location)), m_located(true),
+          m_frame(logger ? LoggingFrame::begin(logger, m_location) : nullptr) {}
     LoggingScope(const GC<Logger>& logger, const std::string& functionName)
-        : m_frame(logger ? LoggingFrame::begin(logger, functionName) : nullptr) {}
+        : m_located(false), m_frame(logger ? LoggingFrame::begin(logger, functionName) : nullptr) {}
     ~LoggingScope() {
-        if (m_frame) LoggingFrame::end(m_frame);
+        if (!m_frame) return;
+        if (m_located) {
+            LoggingFrame::end(m_frame, m_location);
+        } else {
+            LoggingFrame::end(m_frame);
+        }
     }
     LoggingScope(const LoggingScope&) = delete;
     LoggingScope& operator=(const LoggingScope&) = delete;
@@ -312,12 +320,20 @@ public:
     }
     /// Ends the frame with `retval` as the end entry's text and returns `retval`.
     template <class T> T endWith(T retval, const std::string& retvalText) {
-        if (m_frame) LoggingFrame::end_str(m_frame, retvalText);
+        if (m_frame) {
+            if (m_located) {
+                LoggingFrame::end_str(m_frame, retvalText, m_location);
+            } else {
+                LoggingFrame::end_str(m_frame, retvalText);
+            }
+        }
         m_frame = nullptr;
         return retval;
     }
 
 private:
+    CodeLocation m_location;
+    bool m_located;
     LoggingFrame* m_frame;
 };
 
