@@ -3,6 +3,8 @@
 
 #include "qorcommon/assertion.h"
 
+#include "recordmacros.h"
+
 #include <cctype>
 #include <iterator>
 #include <list>
@@ -105,6 +107,15 @@ StringList CustomInfo::asStringList() const {
     for (const auto& pair : ensure()->values)
         list.append(String("{0} = {1}").a(pair.first).a(pair.second).str());
     return list;
+}
+
+StringList CustomInfo::asStringList(const std::string& format) const {
+    StringList unresolved;
+    return asStringList(format, unresolved);
+}
+
+StringList CustomInfo::asStringList(const std::string& format, StringList& unresolved) const {
+    return Internal::expandCustomInfoFormat(*this, format, unresolved);
 }
 
 String CustomInfo::asString() const {
@@ -558,6 +569,15 @@ String CodeLocation::asString() const {
     if (!p->function.empty()) text += ": " + p->function + " ";
     if (!p->comment.empty()) text += "(" + p->comment + ")";
     return String(std::move(text));
+}
+
+String CodeLocation::asString(const std::string& format) const {
+    StringList unresolved;
+    return asString(format, unresolved);
+}
+
+String CodeLocation::asString(const std::string& format, StringList& unresolved) const {
+    return Internal::expandCodeLocationFormat(*this, format, unresolved);
 }
 
 bool CodeLocation::operator==(const CodeLocation& other) const {

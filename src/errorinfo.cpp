@@ -1,5 +1,7 @@
 #include "qorcommon/errorinfo.h"
 
+#include "recordmacros.h"
+
 #include <utility>
 
 namespace Orvane {
@@ -161,6 +163,15 @@ String ErrorInfo::asLongString() const {
         text += pair.first + ": " + pair.second + "\n";
     }
     return String(std::move(text));
+}
+
+String ErrorInfo::asString(const std::string& format) const {
+    StringList unresolved;
+    return asString(format, unresolved);
+}
+
+String ErrorInfo::asString(const std::string& format, StringList& unresolved) const {
+    return Internal::expandErrorInfoFormat(*this, format, unresolved);
 }
 
 } // namespace Core

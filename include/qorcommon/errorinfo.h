@@ -53,6 +53,12 @@ public:
 
     /// One entry "key = value" per pair, in key order.
     StringList asStringList() const;
+    /// One entry per pair, in key order: `format` expanded by the macro replacer
+    /// (qorcommon/macroreplacer.h) with $(key), $(value) and $(custom_info:<key>[,<default>]).
+    StringList asStringList(const std::string& format) const;
+    /// As above; the error texts of the expansion ("unknown macro: ..." among them) are appended
+    /// to `unresolved`.
+    StringList asStringList(const std::string& format, StringList& unresolved) const;
     /// The entries of asStringList() joined with "\n".
     String asString() const;
 
@@ -154,6 +160,12 @@ public:
     String asString() const;
     /// Only "file:line" ("(unknown)" without a file; no ":line" without a line).
     String locationAsString() const;
+    /// `format` expanded by the macro replacer (qorcommon/macroreplacer.h) with $(file), $(line)
+    /// (empty without a line), $(function), $(comment) and $(custom_info:<key>[,<default>]);
+    /// "$(file):$(line)" is the position form.
+    String asString(const std::string& format) const;
+    /// As above; the error texts of the expansion are appended to `unresolved`.
+    String asString(const std::string& format, StringList& unresolved) const;
 
     bool operator==(const CodeLocation& other) const;
     bool operator!=(const CodeLocation& other) const { return !(*this == other); }
@@ -230,6 +242,15 @@ public:
     ///     <key>: <value>                (one per annotation, in key order)
     /// The "Error Hint: " label keeps its trailing blank.
     String asLongString() const;
+    /// `format` expanded by the macro replacer (qorcommon/macroreplacer.h) with this record as the
+    /// source: $(error_text), $(error_code), $(hint), $(date[:{iso|posix|<DateTime format>}]),
+    /// $(module), $(module_name), $(module_type), $(module_version),
+    /// $(code_location[:<CodeLocation format>]) (without a format: codeLocation().asString()),
+    /// the location's $(file), $(line), $(function) and $(comment), and
+    /// $(custom_info:<key>[,<default>]) over the record's annotations.
+    String asString(const std::string& format) const;
+    /// As above; the error texts of the expansion are appended to `unresolved`.
+    String asString(const std::string& format, StringList& unresolved) const;
 
 private:
     struct Private;
