@@ -57,14 +57,13 @@ std::string nested(const std::string& open, int levels, const std::string& inner
     return text + inner + std::string(static_cast<std::size_t>(levels), ')');
 }
 
-// Supplies a few context values and records the arguments it was given.
+// Supplies a few context values.
 class ContextHelper : public MacroReplacerHelper {
 public:
     using MacroReplacerHelper::getCustomValue;
     using MacroReplacerHelper::MacroReplacerHelper;
     bool getCustomValue(const std::string& name, const StringList& args, std::string& result,
                         StringList& errors) override {
-        lastArgs = args.asVector();
         if (name == "message") {
             result = "hello";
         } else if (name == "args") {
@@ -83,7 +82,6 @@ public:
         }
         return true;
     }
-    Texts lastArgs;
 };
 
 // Restores the library slots after a test that fills them.
