@@ -414,6 +414,22 @@ struct Scratch {
     ArgValues args;
     StringList list;
     std::string value;
+
+    // Big texts and long argument lists are not kept for later evaluations.
+    void trim() {
+        constexpr std::size_t KeepBytes = 4096;
+        constexpr std::size_t KeepArgs = 16;
+        if (value.capacity() > KeepBytes) std::string().swap(value);
+        if (args.size() > KeepArgs) {
+            ArgValues().swap(args);
+            list.clear();
+            return;
+        }
+        for (ArgValue& arg : args)
+            if (arg.expanded.capacity() > KeepBytes) std::string().swap(arg.expanded);
+        for (std::string& item : list)
+            if (item.capacity() > KeepBytes) std::string().swap(item);
+    }
 };
 
 // Evaluations within a session nest strictly, so its scratch areas are taken and given back like
@@ -434,6 +450,9 @@ public:
         return nullptr;
     }
     void giveBack(ScratchStack* stack) {
+        // Deep nesting is rare: the areas it needed are not kept.
+        constexpr std::size_t KeepLevels = 16;
+        if (stack->items.size() > KeepLevels) stack->items.resize(KeepLevels);
         for (std::atomic<ScratchStack*>& slot : m_slots) {
             ScratchStack* empty = nullptr;
             if (slot.compare_exchange_strong(empty, stack, std::memory_order_release)) return;
@@ -604,11 +623,7 @@ public:
         m_scratch = m_stack.items[m_stack.top++].get();
     }
     ~ScratchLease() {
-        // A huge value is not kept for later expansions.
-        constexpr std::size_t Keep = 64 * 1024;
-        if (m_scratch->value.capacity() > Keep) std::string().swap(m_scratch->value);
-        for (ArgValue& arg : m_scratch->args)
-            if (arg.expanded.capacity() > Keep) std::string().swap(arg.expanded);
+        m_scratch->trim();
         --m_stack.top;
     }
     ScratchLease(const ScratchLease&) = delete;
