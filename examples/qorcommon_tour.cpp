@@ -8,6 +8,7 @@
 #include "qorcommon/hash.h"
 #include "qorcommon/logging.h"
 #include "qorcommon/logginghandler.h"
+#include "qorcommon/macroreplacer.h"
 #include "qorcommon/memoryconfighandler.h"
 #include "qorcommon/object.h"
 #include "qorcommon/string.h"
@@ -137,6 +138,19 @@ void logging() {
     QOR_LOG(Logger::Warning, LogEntry::fromVariable_str("level", "3", "long"));
 }
 
+void macros() {
+    std::printf("Macro language\n");
+    std::printf(
+        "  %s\n",
+        replaceStr("$(str_cat:\"2 + 3 = \",$(o:2,+,3))$(sp)($(if:$(o:3,>,2),{bigger},{smaller}))")
+            .c_str());
+    std::printf("  %s\n",
+                replaceStr("$(function:twice,x,{$(return:$(v:x)$(v:x))})$(call:twice,ab)").c_str());
+    StringList errors;
+    String text = replaceStr("$(no_such_macro)", errors);
+    std::printf("  %s, error: %s\n", text.c_str(), errors.join("; ").c_str());
+}
+
 } // namespace
 
 int main() {
@@ -147,5 +161,6 @@ int main() {
     configurationChain();
     errorRecords();
     logging();
+    macros();
     return 0;
 }
