@@ -28,8 +28,20 @@ public:
     /// not ended by then is terminated. True when it ended by itself (or did not run). Called
     /// from a tick, it only asks: the timer ends when the tick returns.
     bool stopOrTerminate(long timeoutMs);
+    /// Asks the timer to stop and waits at most timeoutMs (negative: no limit) without
+    /// terminating it; true when it has ended (or did not run). Called from a tick, it only asks.
+    bool stop(long timeoutMs = -1);
+    /// Starts again with the action, period and repetition of the last start, stopping the
+    /// running timer first (waiting for a running tick). False before the first start, or from
+    /// a tick of this timer.
+    bool restart();
+    /// Changes the period: a running timer restarts with it (as restart()), a stopped one keeps
+    /// it for restart(). False when the period is not positive or a running timer cannot restart.
+    bool setPeriod(long periodMs);
     bool isRunning() const;
-    /// The period of the last start, 0 before the first.
+    /// Whether the timer ticks repeatedly (true) or once (false), as last started.
+    bool isRepeating() const;
+    /// The period of the last start (or setPeriod), 0 before the first.
     long periodMs() const;
 
 protected:
