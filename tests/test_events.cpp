@@ -116,6 +116,56 @@ TEST(EventDepot, KeepsOrderAcrossThreads) {
     EXPECT_TRUE(depot.empty());
 }
 
+TEST(EventDepot, ManyProducersAndConsumersDeliverEachEventOnce) {
+    EventDepot<int> depot;
+    constexpr int perProducer = 5000;
+    std::atomic<long long> sum{0};
+    std::atomic<int> taken{0};
+    std::vector<Thread*> threads;
+    for (int c = 0; c < 3; ++c) {
+        threads.push_back(new Thread);
+        ASSERT_TRUE(threads.back()->start([&, c](const StopToken&) {
+            int value;
+            std::vector<int> batch;
+            // Ends when the depot is closed and drained; short limits exercise the time-outs.
+            for (;;) {
+                if (c == 0) {
+                    batch.clear();
+                    const std::size_t n = depot.popAll(batch, 1);
+                    for (int v : batch)
+                        sum += v;
+                    taken += static_cast<int>(n);
+                    if (n == 0 && depot.isClosed() && depot.empty()) break;
+                } else if (depot.pop(value, c == 1 ? -1 : 2)) {
+                    sum += value;
+                    ++taken;
+                } else if (depot.isClosed() && depot.empty()) {
+                    break;
+                }
+            }
+        }));
+    }
+    std::vector<Thread*> producers;
+    for (int p = 0; p < 2; ++p) {
+        producers.push_back(new Thread);
+        ASSERT_TRUE(producers.back()->start([&](const StopToken&) {
+            for (int i = 1; i <= perProducer; ++i)
+                depot.push(i);
+        }));
+    }
+    for (Thread* producer : producers) {
+        EXPECT_TRUE(producer->join(-1));
+        delete producer;
+    }
+    depot.close();
+    for (Thread* thread : threads) {
+        EXPECT_TRUE(thread->join(-1));
+        delete thread;
+    }
+    EXPECT_EQ(taken.load(), 2 * perProducer);
+    EXPECT_EQ(sum.load(), 2LL * perProducer * (perProducer + 1) / 2);
+}
+
 TEST(EventDepot, CloseAndWakeAllReleaseWaiters) {
     EventDepot<std::string> depot;
     std::string out;
@@ -340,10 +390,12 @@ TEST(Timeline, CallbacksMayCancelThemselvesAndOthers) {
     QorTest::AssertionRecorder recorder;
     Timeline timeline;
     std::atomic<int> selfRuns{0}, otherRuns{0}, afterThrow{0};
-    Timeline::Id self = 0, other = 0;
+    std::atomic<Timeline::Id> self{0}, other{0};
     Event done(Event::ManualReset);
     other = timeline.add(100000, [&] { ++otherRuns; });
     self = timeline.add(0, [&] {
+        while (self.load() == 0) // the id is stored once add() has returned
+            Thread::yield();
         ++selfRuns;
         EXPECT_TRUE(timeline.cancel(self));
         EXPECT_TRUE(timeline.cancel(other));
