@@ -19,6 +19,7 @@
 #include <deque>
 #include <functional>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 #ifdef QOR_BENCH_WITH_POCO
@@ -145,10 +146,14 @@ BENCHMARK(Broadcast_FunctionVector)->Arg(1)->Arg(16);
 
 // ---- timeline jitter ---------------------------------------------------------------------------
 
+// Each run is measured against the latest tick that was due when it started. A run later than a
+// whole period makes the timeline drop the ticks it missed; those are counted apart.
 void Timeline_Jitter10ms(benchmark::State& state) {
     using Clock = std::chrono::steady_clock;
     constexpr int kRuns = 300;
+    constexpr auto kPeriod = std::chrono::milliseconds(10);
     std::vector<double> lateness;
+    double dropped = 0;
     for (auto _ : state) {
         lateness.clear();
         lateness.reserve(kRuns);
@@ -156,14 +161,18 @@ void Timeline_Jitter10ms(benchmark::State& state) {
         std::mutex mutex;
         std::condition_variable done;
         int runs = 0;
+        long long lastTick = 0;
         const Clock::time_point start = Clock::now();
         timeline.add(10, [&] {
             const Clock::time_point now = Clock::now();
             std::lock_guard<std::mutex> lock(mutex);
             if (runs >= kRuns) return;
             ++runs;
-            const Clock::time_point ideal = start + std::chrono::milliseconds(10 * runs);
-            lateness.push_back(std::chrono::duration<double, std::micro>(now - ideal).count());
+            const long long tick = (now - start) / kPeriod;
+            dropped += static_cast<double>(tick - lastTick - 1);
+            lastTick = tick;
+            const Clock::time_point due = start + tick * kPeriod;
+            lateness.push_back(std::chrono::duration<double, std::micro>(now - due).count());
             if (runs == kRuns) done.notify_one();
         }, 10);
         std::unique_lock<std::mutex> lock(mutex);
@@ -173,8 +182,32 @@ void Timeline_Jitter10ms(benchmark::State& state) {
     state.counters["p50_us"] = lateness[lateness.size() / 2];
     state.counters["p99_us"] = lateness[lateness.size() * 99 / 100];
     state.counters["max_us"] = lateness.back();
+    state.counters["dropped"] = dropped;
 }
 BENCHMARK(Timeline_Jitter10ms)->Iterations(1)->UseRealTime()->Unit(benchmark::kMillisecond);
+
+// The same measure for a bare thread sleeping until each tick: what the machine itself allows.
+void SleepUntilLoop_Jitter10ms(benchmark::State& state) {
+    using Clock = std::chrono::steady_clock;
+    constexpr int kRuns = 300;
+    constexpr auto kPeriod = std::chrono::milliseconds(10);
+    std::vector<double> lateness;
+    for (auto _ : state) {
+        lateness.clear();
+        const Clock::time_point start = Clock::now();
+        for (int i = 1; i <= kRuns; ++i) {
+            std::this_thread::sleep_until(start + i * kPeriod);
+            const Clock::time_point now = Clock::now();
+            const Clock::time_point due = start + ((now - start) / kPeriod) * kPeriod;
+            lateness.push_back(std::chrono::duration<double, std::micro>(now - due).count());
+        }
+    }
+    std::sort(lateness.begin(), lateness.end());
+    state.counters["p50_us"] = lateness[lateness.size() / 2];
+    state.counters["p99_us"] = lateness[lateness.size() * 99 / 100];
+    state.counters["max_us"] = lateness.back();
+}
+BENCHMARK(SleepUntilLoop_Jitter10ms)->Iterations(1)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 // ---- per-thread values ---------------------------------------------------------------------------
 
