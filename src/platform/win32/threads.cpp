@@ -95,7 +95,8 @@ void NTAPI onLoaderEvent(PVOID, DWORD reason, PVOID) {
 
 // The linker gathers the .CRT$XL* entries into the image's TLS callback table.
 extern "C" {
-__attribute__((section(".CRT$XLQ"), used)) const PIMAGE_TLS_CALLBACK qorcommonLoaderCallback = onLoaderEvent;
+__attribute__((section(".CRT$XLQ"), used)) const PIMAGE_TLS_CALLBACK qorcommonLoaderCallback =
+    onLoaderEvent;
 }
 
 namespace Orvane {
