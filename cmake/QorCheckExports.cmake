@@ -3,6 +3,7 @@
 # Platform and CApi namespaces), C functions with the prefixes orv_, qor_, thr_ and gui_, and the
 # standard library's template instances that the compiler emits with default visibility.
 #   -DLIBRARY=<file> -DNM=<nm> (ELF) or -DOBJDUMP=<objdump> -DCXXFILT=<c++filt> (PE)
+cmake_minimum_required(VERSION 3.25)
 if(NM)
   execute_process(COMMAND ${NM} -D --defined-only -C ${LIBRARY}
     OUTPUT_VARIABLE listing RESULT_VARIABLE rc ERROR_VARIABLE err)

@@ -2,6 +2,7 @@
 # extra ones named), and nothing that does not exist.
 #   -DUMBRELLA=<file> -DHEADER_DIR=<folder> -DINCLUDE_PREFIX=qorcommon/ or qorcommon/c/
 #   -DEXTRA=<include names made elsewhere, ;-separated>
+cmake_minimum_required(VERSION 3.25)
 file(GLOB headers RELATIVE ${HEADER_DIR} ${HEADER_DIR}/*.h)
 get_filename_component(umbrella_name ${UMBRELLA} NAME)
 list(REMOVE_ITEM headers ${umbrella_name})

@@ -1,6 +1,7 @@
 # Runs as a CTest script: the DLL's resource section holds a version resource with the project's
 # version as numbers (what Explorer and installers compare) and as texts.
 #   -DLIBRARY=<dll> -DOBJDUMP=<objdump> -DMAJOR= -DMINOR= -DPATCH=
+cmake_minimum_required(VERSION 3.25)
 execute_process(COMMAND ${OBJDUMP} -h ${LIBRARY} OUTPUT_VARIABLE sections RESULT_VARIABLE rc)
 # " n .rsrc  <size> <vma> <lma> <file offset> ..."
 if(NOT rc EQUAL 0 OR NOT sections MATCHES "\\.rsrc +([0-9a-f]+) +[0-9a-f]+ +[0-9a-f]+ +([0-9a-f]+)")
