@@ -83,6 +83,14 @@ endfunction()
 
 set(offending "")
 foreach(symbol IN LISTS symbols)
+  # AddressSanitizer's indicator of an exported variable: judged by the variable's mangled name.
+  if(symbol MATCHES "^__odr_asan\\.(.+)$")
+    set(variable "${CMAKE_MATCH_1}")
+    if(variable MATCHES "^(orv|qor|thr|gui)_" OR
+       (variable MATCHES "^_ZN6Orvane4Core" AND NOT variable MATCHES "^_ZN6Orvane4Core(8Internal|8Platform|4CApi)"))
+      continue()
+    endif()
+  endif()
   qualified_name("${symbol}" name)
   if(name MATCHES "^(orv|qor|thr|gui)_[A-Za-z0-9_]+$")
     continue()
