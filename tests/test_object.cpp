@@ -607,15 +607,20 @@ TEST(ThreadManagedObjectGCTest, TheTimerCollectsEndedThreadsPeriodically) {
 TEST(TimerThreadTest, ATickMayStopItsOwnTimer) {
     TimerThread timer;
     EXPECT_FALSE(timer.start(0, [] {}));
-    Semaphore done(0, 1);
+    Semaphore checked(0, 1), done(0, 10);
+    std::atomic<int> ticks{0};
     EXPECT_TRUE(timer.start(1, [&] {
+        checked.acquire(30000); // the test's own checks of the running timer come first
+        ++ticks;
         EXPECT_TRUE(timer.stopOrTerminate(1000)); // only asks: it cannot wait for itself
         done.release();
     }));
     EXPECT_FALSE(timer.start(1, [] {})); // already running
+    checked.release();
     EXPECT_TRUE(done.acquire(30000));
     EXPECT_TRUE(timer.stopOrTerminate(30000));
     EXPECT_FALSE(timer.isRunning());
+    EXPECT_EQ(ticks.load(), 1); // the loop ended after the stopping tick
 }
 
 // ---- the C object stack across threads --------------------------------------------------------
