@@ -1,10 +1,8 @@
 // The "orvane.cfg" format in memory: the reader and the writer behind OrvanecfgConfigHandler.
 //
-// Not part of the installed headers. Exported so that the fuzzer, the tests and the benchmark can
-// run the grammar without files.
+// Not part of the installed headers and not exported: the fuzzer, the tests and the benchmark
+// link the static library to run the grammar without files.
 #pragma once
-
-#include "qorcommon/export.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -114,7 +112,7 @@ using Section = std::map<std::string, Entry, std::less<>>;
 ///
 /// Sections are shared between copies of a cache: a change to one entry copies the outer map and
 /// that section only. Change a section only while no other cache shares it (see setEntry).
-struct QORCOMMON_API Cache {
+struct Cache {
     std::map<std::string, std::shared_ptr<Section>, std::less<>> sections;
 
     /// The entry at the full path, null when there is none.
@@ -136,7 +134,7 @@ struct ParseReport {
 
 /// Reads the text of a file piece by piece into `cache`, which should be empty; a leading byte
 /// order mark is skipped and lines may run across pieces. `fileName` is "{0}" of the messages.
-class QORCOMMON_API Reader {
+class Reader {
 public:
     Reader(const std::string& fileName, Cache& cache);
     ~Reader();
@@ -155,21 +153,21 @@ private:
 
 /// Reads the text of a file (a leading byte order mark is skipped) into `cache`, which should be
 /// empty. `fileName` is "{0}" of the messages.
-QORCOMMON_API ParseReport parse(const char* text, std::size_t size, const std::string& fileName,
+ParseReport parse(const char* text, std::size_t size, const std::string& fileName,
                                 Cache& cache);
 
 /// The file text of `cache`: byte order mark, sections in byte order, LF line ends.
-QORCOMMON_API std::string write(const Cache& cache);
+std::string write(const Cache& cache);
 
 /// True for a list that the writer puts without quotes: one value, not empty, with none of "#",
 /// blank, double quote, LF, CR, TAB and no "<|>" (reading the file back gives the same list).
-QORCOMMON_API bool mayWriteUnquoted(const Entry& entry);
+bool mayWriteUnquoted(const Entry& entry);
 
 /// Sets the entry at the full path "SECTION/NAME" (split at its last "/"), making the section
 /// when it is new. The changed section is copied first, so caches that share it do not change.
-QORCOMMON_API void setEntry(Cache& cache, std::string_view path, Entry values);
+void setEntry(Cache& cache, std::string_view path, Entry values);
 /// Makes the section when it is new.
-QORCOMMON_API void addSection(Cache& cache, std::string_view name);
+void addSection(Cache& cache, std::string_view name);
 
 } // namespace Orvanecfg
 } // namespace Core

@@ -65,6 +65,7 @@ const std::int64_t EdgeTimes[] = {
     1735689599, // 2024-12-31T23:59:59
     2147483647, // 2038-01-19T03:14:07
     2147483648LL,
+    4107542399LL, // 2100-02-28T23:59:59
     4107542400LL, // 2100-03-01
     13574563200LL // 2400-02-29
 };
@@ -150,32 +151,6 @@ TEST(DateTimeConversion, PosixRoundTripsAroundTheEdges) {
     }
 }
 
-TEST(DateTimeConversion, UtcTextsRoundTripThroughMakeUtcTime) {
-    const int cases[][6] = {{1901, 12, 13, 20, 45, 52}, {1969, 12, 31, 23, 59, 59},
-                            {1970, 1, 1, 0, 0, 0},      {2000, 2, 29, 12, 0, 0},
-                            {2023, 12, 31, 23, 59, 59}, {2024, 2, 29, 6, 30, 15},
-                            {2038, 1, 19, 3, 14, 8},    {2100, 2, 28, 23, 59, 59},
-                            {2100, 3, 1, 0, 0, 0},      {2400, 2, 29, 1, 2, 3}};
-    for (const auto& c : cases) {
-        const std::tm utc = fields(c[0], c[1], c[2], c[3], c[4], c[5], 0);
-        const std::string text = isoOf(utc, -1, true);
-        SCOPED_TRACE(text);
-        DateTime value;
-        ASSERT_TRUE(DateTime::fromISODateTime(text, DateTime::DaylightSavingAuto, value));
-        EXPECT_EQ(value.asISODateTime(true), text);
-        const std::int64_t expected = Platform::makeUtcTime(utc);
-        // Windows converts no UTC time before 1970; -1 is then no answer.
-        if (expected != -1 || c[0] == 1969) {
-            EXPECT_EQ(value.asPosixTime(), expected);
-        }
-        // The fields are the local time of that point.
-        std::tm local{};
-        if (Platform::localTime(value.asPosixTime(), local))
-            expectFields(value, local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
-                         local.tm_hour, local.tm_min, local.tm_sec, -1);
-    }
-}
-
 TEST(DateTimeConversion, MillisecondsFractionsAndTm) {
     const DateTime half(1.5);
     EXPECT_EQ(half.asPosixTime(), 1);
@@ -249,12 +224,7 @@ TEST(DateTimeConversion, NowAndParents) {
 TEST(DateTimeConversion, ComparisonsArePointsInTime) {
     const DateTime a(2024, 1, 31, 23, 59, 59);
     const DateTime b(2024, 2, 1, 0, 0, 0);
-    EXPECT_TRUE(a < b);
-    EXPECT_TRUE(a <= b);
-    EXPECT_TRUE(b > a);
-    EXPECT_TRUE(b >= a);
-    EXPECT_TRUE(a != b);
-    EXPECT_FALSE(a == b);
+    EXPECT_TRUE(a < b && a <= b && b > a && b >= a && a != b && !(a == b));
     // Missing milliseconds count as 0.
     EXPECT_EQ(a, DateTime(2024, 1, 31, 23, 59, 59, 0));
     EXPECT_LT(a, DateTime(2024, 1, 31, 23, 59, 59, 1));
@@ -421,26 +391,16 @@ std::vector<DateTimeFormat::Field> fieldsOf(const char* format) {
 
 } // namespace
 
+// Exact texts that anchor the reference replacement below.
 TEST(DateTimeFormatTokens, TheTableInOrder) {
     const DateTime v(2024, 1, 31, 23, 59, 59, 7);
     EXPECT_EQ(v.asString("YYYYMMDDHH24MISS"), "20240131235959");
-    EXPECT_EQ(v.asString("YYYYMMDD"), "20240131");
-    EXPECT_EQ(v.asString("HH24:MI:SS"), "23:59:59");
     // MM and M come before SSMMM, MS and SM in the order and claim their letters first.
     EXPECT_EQ(v.asString("SSMMM"), "59011");
     EXPECT_EQ(v.asString("SM"), "S1");
-    EXPECT_EQ(v.asString("MS"), "1S");
-    EXPECT_EQ(v.asString("YYYYMMDDHH24MISSSSMMM"), "2024013123595959011");
     const DateTime march(2024, 3, 5, 4, 6, 8);
-    EXPECT_EQ(march.asString("D.M.Y"), "5.3.2024");
-    EXPECT_EQ(march.asString("Month"), "3onth");
     EXPECT_EQ(march.asString("Day D, Month M"), "5ay 5, 3onth 3");
-    EXPECT_EQ(march.asString("YYYYY"), "20242024");
-    EXPECT_EQ(march.asString("MMM"), "033");
-    EXPECT_EQ(march.asString("SSS"), "08S");
     EXPECT_EQ(march.asString("MIMS"), "063S");
-    EXPECT_EQ(march.asString(std::string("no tokens here")), "no tokens here");
-    EXPECT_EQ(march.asString(""), "");
     EXPECT_EQ(march.asString(static_cast<const char*>(nullptr)), "");
     // A literal "HH" before a day of 24 is not read as the hour token.
     EXPECT_EQ(DateTime(2024, 3, 24, 4, 6, 8).asString("HHD"), "HH24");
@@ -490,8 +450,12 @@ TEST(DateTimeFormatTokens, CompiledFormsMatchTheOrderedReplacement) {
                                  "YMDHMS",
                                  "HH24HH24",
                                  "DDDDD",
-                                 "SSSSMMMSSMMM",
+                                 "MS",
+                                 "D.M.Y",
+                                 "no tokens here",
+                                 "",
                                  "MSMSM",
+                                 "SSSSMMMSSMMM",
                                  "YYYYMMDDHH24MISSSSMMM"};
     for (const char* format : fixed) {
         for (const DateTime& v : values) {
@@ -574,37 +538,31 @@ TEST(DateTimeSpan, NormalisedParts) {
 }
 
 TEST(DateTimeSpan, CalendarArithmetic) {
-    const auto month = DateTime::fromTimeSpan(0, 0, 0, 0, 0, 1);
-    EXPECT_EQ(DateTime(2024, 1, 31, 10, 0, 0).afterSpan(month).asISODateTime(),
-              "2024-02-29T10:00:00");
-    EXPECT_EQ(DateTime(2023, 1, 31, 10, 0, 0).afterSpan(month).asISODateTime(),
-              "2023-02-28T10:00:00");
-    EXPECT_EQ(DateTime(2024, 3, 31, 10, 0, 0).beforeSpan(month).asISODateTime(),
-              "2024-02-29T10:00:00");
-    EXPECT_EQ(DateTime(2024, 12, 15, 0, 0, 0).afterSpan(month).asISODateTime(),
-              "2025-01-15T00:00:00");
-    EXPECT_EQ(DateTime(2024, 2, 29, 0, 0, 0)
-                  .afterSpan(DateTime::fromTimeSpan(0, 0, 0, 0, 0, 0, 1))
-                  .asISODateTime(),
-              "2025-02-28T00:00:00");
-    const auto day = DateTime::fromTimeSpan(1);
-    EXPECT_EQ(DateTime(2024, 2, 28, 12, 0, 0).afterSpan(day).asISODateTime(),
-              "2024-02-29T12:00:00");
-    EXPECT_EQ(DateTime(2100, 2, 28, 12, 0, 0).afterSpan(day).asISODateTime(),
-              "2100-03-01T12:00:00");
-    EXPECT_EQ(DateTime(2000, 2, 28, 12, 0, 0).afterSpan(day).asISODateTime(),
-              "2000-02-29T12:00:00");
-    EXPECT_EQ(DateTime(1970, 1, 1, 0, 0, 0, 0)
-                  .beforeSpan(DateTime::fromTimeSpan(0, 0, 0, 0, 1))
-                  .asISODateTime(),
-              "1969-12-31T23:59:59.999");
-    EXPECT_EQ(DateTime(2023, 12, 31, 23, 59, 59, 999)
-                  .afterSpan(DateTime::fromTimeSpan(0, 0, 0, 0, 1))
-                  .asISODateTime(),
-              "2024-01-01T00:00:00.000");
+    const DateTime month = DateTime::fromTimeSpan(0, 0, 0, 0, 0, 1);
+    const DateTime year = DateTime::fromTimeSpan(0, 0, 0, 0, 0, 0, 1);
+    const DateTime day = DateTime::fromTimeSpan(1);
+    const DateTime ms = DateTime::fromTimeSpan(0, 0, 0, 0, 1);
+    const struct {
+        DateTime start;
+        bool after;
+        DateTime span;
+        const char* expected;
+    } cases[] = {{DateTime(2024, 1, 31, 10, 0, 0), true, month, "2024-02-29T10:00:00"},
+                 {DateTime(2023, 1, 31, 10, 0, 0), true, month, "2023-02-28T10:00:00"},
+                 {DateTime(2024, 3, 31, 10, 0, 0), false, month, "2024-02-29T10:00:00"},
+                 {DateTime(2024, 12, 15, 0, 0, 0), true, month, "2025-01-15T00:00:00"},
+                 {DateTime(2024, 2, 29, 0, 0, 0), true, year, "2025-02-28T00:00:00"},
+                 {DateTime(2024, 2, 28, 12, 0, 0), true, day, "2024-02-29T12:00:00"},
+                 {DateTime(2100, 2, 28, 12, 0, 0), true, day, "2100-03-01T12:00:00"},
+                 {DateTime(2000, 2, 28, 12, 0, 0), true, day, "2000-02-29T12:00:00"},
+                 {DateTime(1970, 1, 1, 0, 0, 0, 0), false, ms, "1969-12-31T23:59:59.999"},
+                 {DateTime(2023, 12, 31, 23, 59, 59, 999), true, ms, "2024-01-01T00:00:00.000"},
+                 {DateTime(2024, 1, 1, 0, 0, 0), true, DateTime(), "2024-01-01T00:00:00"}};
+    for (const auto& c : cases) {
+        const DateTime moved = c.after ? c.start.afterSpan(c.span) : c.start.beforeSpan(c.span);
+        EXPECT_EQ(moved.asISODateTime(), c.expected) << c.start.asISODateTime().str();
+    }
     EXPECT_TRUE(DateTime().afterSpan(day).isEmpty());
-    EXPECT_EQ(DateTime(2024, 1, 1, 0, 0, 0).afterSpan(DateTime()).asISODateTime(),
-              "2024-01-01T00:00:00");
 
     const DateTime between = DateTime::spanBetween(DateTime("2024-03-01T00:00:00Z"),
                                                    DateTime("2024-02-28T22:30:15.500Z"));

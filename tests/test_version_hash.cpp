@@ -37,9 +37,7 @@ TEST(Hash, PublishedXxh64Vectors) {
     EXPECT_EQ(Hash::hash64(std::string("\xE6\xB5\x8B\xE8\xAF\x95"), 0), 0x403D66837E9BC61FULL);
 }
 
-TEST(Hash, DefaultSeedAndNullData) {
-    EXPECT_EQ(Hash::DefaultSeed, 0xA526FF344BC14A8EULL);
-    EXPECT_EQ(Orvane::Core::hash64("name_type"), Hash::hash64("name_type", Hash::DefaultSeed));
+TEST(Hash, SeedsNullDataAndEveryTailLength) {
     EXPECT_NE(Orvane::Core::hash64("name_type"), Orvane::Core::hash64("name_type", 0));
     EXPECT_EQ(Hash::hash64(nullptr, 10, 0), 0xEF46DB3751D8E999ULL);
     // Every length up to two stripes hashes differently (catches a skipped tail byte).
@@ -65,25 +63,26 @@ TEST(Identifier, TextFormAndParsing) {
         EXPECT_FALSE(Identifier::parse(bad, id)) << bad;
     }
     EXPECT_EQ(id, Identifier(31));
-    EXPECT_EQ(Identifier::fromName("file_logging_handler").value(),
-              Orvane::Core::hash64("file_logging_handler"));
 }
 
 TEST(Version, ParseAndRender) {
-    Version v;
-    ASSERT_TRUE(Version::parse("3.35.4", v));
-    EXPECT_EQ(v, Version(3, 35, 4));
-    EXPECT_EQ(v.toString(), "3.35.4");
-    ASSERT_TRUE(Version::parse("3.35.4.1", v));
-    EXPECT_EQ(v.build(), 1);
-    EXPECT_EQ(v.toString(), "3.35.4.1");
-    EXPECT_EQ(v.toString(2), "3.35");
+    const struct {
+        const char* text;
+        Version value;
+        const char* rendered;
+    } cases[] = {{"3.35.4", Version(3, 35, 4), "3.35.4"},
+                 {"3.35.4.1", Version(3, 35, 4, 1), "3.35.4.1"},
+                 {"7", Version(7, 0, 0, 0), "7.0.0"},
+                 {"2147483647.0", Version(2147483647, 0), "2147483647.0.0"}};
+    for (const auto& c : cases) {
+        Version v;
+        ASSERT_TRUE(Version::parse(c.text, v)) << c.text;
+        EXPECT_EQ(v, c.value) << c.text;
+        EXPECT_EQ(v.toString(), c.rendered);
+    }
+    EXPECT_EQ(Version(3, 35, 4, 1).toString(2), "3.35");
     EXPECT_EQ(Version(3, 35, 4).toString(4), "3.35.4.0");
     EXPECT_EQ(Version(1, 2).toString(9), "1.2.0.0");
-    ASSERT_TRUE(Version::parse("7", v));
-    EXPECT_EQ(v, Version(7, 0, 0, 0));
-    ASSERT_TRUE(Version::parse("2147483647.0", v));
-    EXPECT_EQ(v.major(), 2147483647);
 }
 
 TEST(Version, MalformedTextsFailAndLeaveTheValue) {

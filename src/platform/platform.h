@@ -2,11 +2,9 @@
 // functions; src/platform/posix/ and src/platform/win32/ implement them. Texts crossing this
 // interface (paths, names, environment values, error texts) are UTF-8.
 //
-// The declarations are exported so that the test suite can exercise them directly; they are not
-// part of the installed headers.
+// Not part of the installed headers and not exported: the test suite reaches these functions
+// through the static library.
 #pragma once
-
-#include "qorcommon/export.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -23,27 +21,27 @@ namespace Platform {
 // ---- threads and processes -------------------------------------------------------------------
 
 /// The system's id of the calling thread (gettid / GetCurrentThreadId); never -1.
-QORCOMMON_API long currentThreadId();
+long currentThreadId();
 /// The system's id of this process.
-QORCOMMON_API long currentProcessId();
+long currentProcessId();
 /// Whether the thread with this id still runs in this process.
-QORCOMMON_API bool isThreadAlive(long threadId);
+bool isThreadAlive(long threadId);
 /// Gives up the rest of the calling thread's time slice.
-QORCOMMON_API void yieldThread();
+void yieldThread();
 /// Sleeps the calling thread for at least this many milliseconds.
-QORCOMMON_API void sleepMs(long milliseconds);
+void sleepMs(long milliseconds);
 
 /// Called with the id of a thread as the thread ends, on that thread, for every thread that
 /// called armThreadExitHook() before. One hook per process; set it once before threads arm it.
 /// On Win32 the hook runs under the loader lock: it must not wait for other threads or load
 /// libraries.
 using ThreadExitHook = void (*)(long threadId);
-QORCOMMON_API void setThreadExitHook(ThreadExitHook hook);
+void setThreadExitHook(ThreadExitHook hook);
 /// Makes sure the hook runs when the calling thread ends; cheap after the first call per thread.
-QORCOMMON_API void armThreadExitHook();
+void armThreadExitHook();
 
 /// A non-recursive mutex without heap allocation.
-class QORCOMMON_API Mutex {
+class Mutex {
 public:
     Mutex();
     ~Mutex();
@@ -58,7 +56,7 @@ private:
 };
 
 /// A mutex that the owning thread may lock again.
-class QORCOMMON_API RecursiveMutex {
+class RecursiveMutex {
 public:
     RecursiveMutex();
     ~RecursiveMutex();
@@ -73,7 +71,7 @@ private:
 };
 
 /// A counting semaphore.
-class QORCOMMON_API Semaphore {
+class Semaphore {
 public:
     Semaphore(unsigned initialCount, unsigned maximumCount);
     ~Semaphore();
@@ -91,7 +89,7 @@ private:
 };
 
 /// A thread running one function. The destructor waits for the thread to end.
-class QORCOMMON_API Thread {
+class Thread {
 public:
     Thread();
     ~Thread();
@@ -114,7 +112,7 @@ private:
 };
 
 /// A thread that calls a function every period until it is stopped.
-class QORCOMMON_API PeriodicTimer {
+class PeriodicTimer {
 public:
     PeriodicTimer();
     /// Stops the timer, allowing it twice its period before it is terminated.
@@ -146,81 +144,81 @@ QORCOMMON_API std::string currentThreadName();
 // ---- environment and process information -----------------------------------------------------
 
 /// Reads an environment variable; false when it is not set.
-QORCOMMON_API bool getEnv(const std::string& name, std::string& value);
-QORCOMMON_API bool setEnv(const std::string& name, const std::string& value);
-QORCOMMON_API bool unsetEnv(const std::string& name);
+bool getEnv(const std::string& name, std::string& value);
+bool setEnv(const std::string& name, const std::string& value);
+bool unsetEnv(const std::string& name);
 /// The whole environment as name/value pairs.
-QORCOMMON_API std::vector<std::pair<std::string, std::string>> environment();
+std::vector<std::pair<std::string, std::string>> environment();
 /// The process's command-line arguments, the program name first
 /// (Win32: GetCommandLineW + CommandLineToArgvW; Linux: the process's own argument vector).
-QORCOMMON_API std::vector<std::string> commandLineArguments();
-QORCOMMON_API std::string currentDirectory();
-QORCOMMON_API bool setCurrentDirectory(const std::string& path);
+std::vector<std::string> commandLineArguments();
+std::string currentDirectory();
+bool setCurrentDirectory(const std::string& path);
 /// Full path of the running executable.
-QORCOMMON_API std::string executablePath();
+std::string executablePath();
 /// Full path of the library's own shared object / DLL.
-QORCOMMON_API std::string libraryPath();
-QORCOMMON_API std::string userName();
-QORCOMMON_API std::string computerName();
+std::string libraryPath();
+std::string userName();
+std::string computerName();
 /// A short description of the operating system and its version.
-QORCOMMON_API std::string operatingSystemVersion();
+std::string operatingSystemVersion();
 /// Text of the calling thread's last system error (errno / GetLastError).
-QORCOMMON_API std::string lastSystemErrorText();
+std::string lastSystemErrorText();
 
 // ---- dynamic libraries -------------------------------------------------------------------------
 
 /// Loads a library; null on failure with the system's text in `error`.
-QORCOMMON_API void* loadLibrary(const std::string& path, std::string& error);
-QORCOMMON_API void* findSymbol(void* library, const char* name, std::string& error);
-QORCOMMON_API bool unloadLibrary(void* library, std::string& error);
+void* loadLibrary(const std::string& path, std::string& error);
+void* findSymbol(void* library, const char* name, std::string& error);
+bool unloadLibrary(void* library, std::string& error);
 /// Adds a folder searched for the dependencies of libraries loaded later (Win32:
 /// SetDllDirectoryW); on POSIX the folder is tried first for relative names.
-QORCOMMON_API bool setLibraryDirectory(const std::string& path);
+bool setLibraryDirectory(const std::string& path);
 
 // ---- files -------------------------------------------------------------------------------------
 
-QORCOMMON_API char pathSeparator();
+char pathSeparator();
 /// True for any existing entry, folders included.
-QORCOMMON_API bool fileExists(const std::string& path);
-QORCOMMON_API bool isDirectory(const std::string& path);
+bool fileExists(const std::string& path);
+bool isDirectory(const std::string& path);
 /// Size in bytes, -1 when the file cannot be examined or is a folder.
-QORCOMMON_API std::int64_t fileSize(const std::string& path);
+std::int64_t fileSize(const std::string& path);
 /// Creates the folder and every missing parent; true when it exists afterwards.
-QORCOMMON_API bool createDirectories(const std::string& path, std::string& error);
+bool createDirectories(const std::string& path, std::string& error);
 /// Renames a file, replacing an existing target.
-QORCOMMON_API bool renameFile(const std::string& from, const std::string& to, std::string& error);
-QORCOMMON_API bool copyFile(const std::string& from, const std::string& to, bool overwrite,
+bool renameFile(const std::string& from, const std::string& to, std::string& error);
+bool copyFile(const std::string& from, const std::string& to, bool overwrite,
                             std::string& error);
-QORCOMMON_API bool removeFile(const std::string& path, std::string& error);
+bool removeFile(const std::string& path, std::string& error);
 /// Matches a file name against a pattern with "*" and "?" (PathMatchSpecW / fnmatch); an
 /// empty pattern and "*.*" match every name. Case matters on POSIX only, as in the file systems.
-QORCOMMON_API bool matchFileName(const std::string& name, const std::string& pattern);
+bool matchFileName(const std::string& name, const std::string& pattern);
 /// Opens a file with a C library mode ("rb", "wb", ...); other processes keep read and write
 /// access to it meanwhile (Win32: _wfsopen with _SH_DENYNO). Null on failure.
-QORCOMMON_API std::FILE* openFile(const std::string& path, const char* mode);
+std::FILE* openFile(const std::string& path, const char* mode);
 /// Names (not paths) of the entries of a folder that match the pattern, sorted.
-QORCOMMON_API std::vector<std::string> listDirectory(const std::string& folder,
+std::vector<std::string> listDirectory(const std::string& folder,
                                                      const std::string& pattern);
 
 // ---- time --------------------------------------------------------------------------------------
 
 /// Milliseconds since the POSIX epoch, UTC (GetSystemTimeAsFileTime / clock_gettime).
-QORCOMMON_API std::int64_t currentTimeMs();
+std::int64_t currentTimeMs();
 /// Nanoseconds of a monotonic clock (QueryPerformanceCounter / CLOCK_MONOTONIC).
-QORCOMMON_API std::uint64_t monotonicNs();
+std::uint64_t monotonicNs();
 /// Calendar fields of a POSIX time in local time / in UTC; false when out of range.
-QORCOMMON_API bool localTime(std::int64_t posixSeconds, std::tm& out);
-QORCOMMON_API bool utcTime(std::int64_t posixSeconds, std::tm& out);
+bool localTime(std::int64_t posixSeconds, std::tm& out);
+bool utcTime(std::int64_t posixSeconds, std::tm& out);
 /// POSIX time of calendar fields read as local time (mktime) / as UTC (timegm / _mkgmtime).
-QORCOMMON_API std::int64_t makeLocalTime(std::tm fields);
-QORCOMMON_API std::int64_t makeUtcTime(std::tm fields);
+std::int64_t makeLocalTime(std::tm fields);
+std::int64_t makeUtcTime(std::tm fields);
 
 // ---- text encodings ----------------------------------------------------------------------------
 
 /// Converts between the locale's code page (Win32: CP_ACP; POSIX: the C library's current
 /// locale) and UTF-16; false when a character cannot be converted.
-QORCOMMON_API bool localeToUtf16(const std::string& text, std::u16string& out);
-QORCOMMON_API bool utf16ToLocale(const std::u16string& text, std::string& out);
+bool localeToUtf16(const std::string& text, std::u16string& out);
+bool utf16ToLocale(const std::u16string& text, std::string& out);
 
 } // namespace Platform
 } // namespace Core

@@ -1,6 +1,5 @@
-// A program built against the installed library.
-#include "qorcommon/gc.h"
-#include "qorcommon/export.h"
+// A program built against the installed library, through the umbrella header.
+#include <qorcommon/qorcommon.h>
 
 #include <cstdio>
 

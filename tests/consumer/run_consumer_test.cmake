@@ -1,4 +1,5 @@
 # Runs as a CTest script: install, build a consumer with find_package and with pkg-config, run both.
+# The pkg-config file is used as installed: it finds its prefix by itself.
 file(REMOVE_RECURSE ${WORK_DIR})
 file(MAKE_DIRECTORY ${WORK_DIR})
 set(prefix ${WORK_DIR}/prefix)
@@ -24,7 +25,7 @@ find_program(PKG_CONFIG pkg-config)
 find_program(CXX_COMPILER NAMES c++ g++)
 if(PKG_CONFIG AND CXX_COMPILER)
   execute_process(COMMAND ${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${prefix}/lib/pkgconfig
-                  ${PKG_CONFIG} --define-variable=prefix=${prefix} --cflags --libs qorcommon
+                  ${PKG_CONFIG} --cflags --libs qorcommon
                   OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE RESULT_VARIABLE rc)
   if(NOT rc EQUAL 0)
     message(FATAL_ERROR "pkg-config does not know qorcommon")

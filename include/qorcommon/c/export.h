@@ -2,7 +2,12 @@
 #ifndef QORCOMMON_C_EXPORT_H
 #define QORCOMMON_C_EXPORT_H
 
-#if defined(_WIN32) || defined(__CYGWIN__)
+#include "qorcommon/qorcommonversion.h"
+
+/* QORCOMMON_STATIC: linked against the static library, which the project's own tests use. */
+#if defined(QORCOMMON_STATIC) && !defined(QORCOMMON_BUILDING)
+#define QORCOMMON_API
+#elif defined(_WIN32) || defined(__CYGWIN__)
 #if defined(QORCOMMON_BUILDING)
 #define QORCOMMON_API __declspec(dllexport)
 #else
@@ -19,11 +24,5 @@
 #define QORCOMMON_EXTERN_C_BEGIN
 #define QORCOMMON_EXTERN_C_END
 #endif
-
-#define QORCOMMON_VERSION_MAJOR 3
-#define QORCOMMON_VERSION_MINOR 35
-#define QORCOMMON_VERSION_PATCH 4
-#define QORCOMMON_VERSION_STRING "3.35.4"
-#define QORCOMMON_LIBRARY_NAME "QorCommon3"
 
 #endif

@@ -64,13 +64,17 @@ void armThreadExitHook() {
 } // namespace Core
 } // namespace Orvane
 
-// The loader calls this on every thread that ends while the DLL is loaded, however the thread
-// was made (CreateThread, std::thread, the thread pool).
-extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
+// The loader calls this on every thread that ends in the process, however the thread was made
+// (CreateThread, std::thread, the thread pool). A TLS callback rather than DllMain: the same
+// objects form the DLL and the static library the tests link, and only a TLS callback runs in
+// an executable as well.
+namespace {
+
+void NTAPI onLoaderEvent(PVOID, DWORD reason, PVOID) {
     using namespace Orvane::Core::Platform;
     switch (reason) {
     case DLL_PROCESS_ATTACH:
-        g_exitSlot = TlsAlloc();
+        if (g_exitSlot == TLS_OUT_OF_INDEXES) g_exitSlot = TlsAlloc();
         break;
     case DLL_THREAD_DETACH:
         if (g_exitSlot != TLS_OUT_OF_INDEXES && TlsGetValue(g_exitSlot)) {
@@ -85,7 +89,14 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
     default:
         break;
     }
-    return TRUE;
+}
+
+} // namespace
+
+// The linker gathers the .CRT$XL* entries into the image's TLS callback table.
+extern "C" {
+__attribute__((section(".CRT$XLQ"), used)) const PIMAGE_TLS_CALLBACK qorcommonLoaderCallback =
+    onLoaderEvent;
 }
 
 namespace Orvane {
