@@ -7,6 +7,7 @@
 #include "qorcommon/globalvariable.h"
 #include "qorcommon/string.h"
 
+#include "configmessages.h"
 #include "platform/platform.h"
 
 #include <atomic>
@@ -24,25 +25,7 @@ namespace Core {
 
 namespace {
 
-const char* const kMissingBracket = "{0}:{1}: Missing ']' closing.";
-const char* const kTooSmall = "{0}:{1}: Line is too small to be an entry.";
-const char* const kMissingDelimiter = "{0}:{1}: Missing '=' delimiter.";
-const char* const kUnfinishedCode =
-    "{0}:{1}: value: {2} Unfinished escape sequence to insert ASCII code.";
-const char* const kUnknownEscape = "{0}:{1}: value: {2} Unknown escape sequence: '\\{3}'.";
-const char* const kMissingQuote = "{0}:{1}: value: {2} Missing quote closing.";
-const char* const kInvalidCode = "invalid stoul argument";
-
-const char* const kCannotOpen = "Cannot open config file '{0}'.";
-const char* const kCannotWrite = "Cannot write config file '{0}'.";
-const char* const kCannotInitialize = "Cannot initialize config handler properly";
-const char* const kWritingNotEnabled = "writing of orvane config file is not enabled";
-const char* const kSettingEntryNotEnabled = "setting of entry value is not enabled";
-const char* const kSettingKeyNotEnabled = "setting of config key is not enabled";
-const char* const kIncorrectPath = "Incorrect config path: '{0}'.";
-const char* const kEmptyPart = "Section and entry cannot be empty in config path: '{0}'.";
-const char* const kEntryNotFound = "{0}: Entry not found: {1}";
-const char* const kKeyNotFound = "{0}: Key not found: {1}";
+using namespace ConfigMessages;
 
 const char kByteOrderMark[] = "\xEF\xBB\xBF";
 const std::size_t kByteOrderMarkSize = 3;
