@@ -6,6 +6,7 @@
 #include "qorcommon/threadmanagedobject.h"
 
 #include "platform/platform.h"
+#include "configmessages.h"
 
 #include <atomic>
 #include <cctype>
@@ -18,16 +19,7 @@ namespace Core {
 
 namespace {
 
-const char* const kUpdateNotImplemented = "updating of cache is not implemented in {0}.";
-const char* const kFlushNotImplemented = "flushing of cache is not implemented in {0}.";
-const char* const kKeyListNotSupported = "reading of key list is not supported by {0}.";
-const char* const kEntryExistenceNotSupported =
-    "getting info about entry existence is not supported by {0}.";
-const char* const kKeyExistenceNotSupported =
-    "getting info about key existence is not supported by {0}.";
-const char* const kWritingEntryNotSupported = "writing of entry is not supported by {0}";
-const char* const kWritingKeyNotSupported = "writing of key is not supported by {0}";
-const char* const kInvalidBoolean = "invalid boolean value: '{0}'";
+using namespace ConfigMessages;
 
 std::string fill(const char* pattern, const char* value) {
     String text(pattern);

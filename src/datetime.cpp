@@ -4,6 +4,7 @@
 
 #include "qorcommon/assertion.h"
 
+#include "platform/calendar.h"
 #include "platform/platform.h"
 
 #include <cmath>
@@ -18,66 +19,17 @@ struct DateTimeAccess;
 
 namespace {
 
-constexpr std::int64_t SecondsPerDay = 86400;
+using Platform::Calendar::CivilDate;
+using Platform::Calendar::civilFromDays;
+using Platform::Calendar::daysFromCivil;
+using Platform::Calendar::daysInMonth;
+using Platform::Calendar::floorDiv;
+using Platform::Calendar::floorMod;
+
+constexpr std::int64_t SecondsPerDay = Platform::Calendar::kSecondsPerDay;
 constexpr std::int64_t MillisecondsPerDay = SecondsPerDay * 1000;
-// The Gregorian calendar repeats itself, weekdays included, every 400 years.
-constexpr std::int64_t DaysPer400Years = 146097;
-constexpr std::int64_t SecondsPer400Years = DaysPer400Years * SecondsPerDay;
+constexpr std::int64_t SecondsPer400Years = Platform::Calendar::kDaysPer400Years * SecondsPerDay;
 constexpr std::int64_t Posix2000 = 946684800;
-
-std::int64_t floorDiv(std::int64_t a, std::int64_t b) {
-    std::int64_t q = a / b;
-    if ((a % b != 0) && ((a < 0) != (b < 0))) --q;
-    return q;
-}
-
-std::int64_t floorMod(std::int64_t a, std::int64_t b) {
-    return a - floorDiv(a, b) * b;
-}
-
-bool isLeapYear(std::int64_t year) {
-    return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-}
-
-int daysInMonth(std::int64_t year, int month) {
-    static const int lengths[12] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-    return month == 2 && isLeapYear(year) ? 29 : lengths[month - 1];
-}
-
-// Days since 1970-01-01 of a date; the month may lie outside 1-12 and carries into the year.
-std::int64_t daysFromCivil(std::int64_t year, std::int64_t month, std::int64_t day) {
-    year += floorDiv(month - 1, 12);
-    month = floorMod(month - 1, 12) + 1;
-    // Count years from March so that the leap day ends the year.
-    const std::int64_t y = month <= 2 ? year - 1 : year;
-    const std::int64_t era = floorDiv(y, 400);
-    const std::int64_t yearOfEra = y - era * 400;
-    const std::int64_t monthFromMarch = month > 2 ? month - 3 : month + 9;
-    const std::int64_t dayOfYear = (153 * monthFromMarch + 2) / 5 + day - 1;
-    const std::int64_t dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
-    return era * DaysPer400Years + dayOfEra - 719468;
-}
-
-struct CivilDate {
-    std::int64_t year;
-    int month;
-    int day;
-};
-
-CivilDate civilFromDays(std::int64_t days) {
-    days += 719468;
-    const std::int64_t era = floorDiv(days, DaysPer400Years);
-    const std::int64_t dayOfEra = days - era * DaysPer400Years;
-    const std::int64_t yearOfEra =
-        (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-    const std::int64_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const std::int64_t monthFromMarch = (5 * dayOfYear + 2) / 153;
-    CivilDate date;
-    date.day = static_cast<int>(dayOfYear - (153 * monthFromMarch + 2) / 5 + 1);
-    date.month = static_cast<int>(monthFromMarch < 10 ? monthFromMarch + 3 : monthFromMarch - 9);
-    date.year = yearOfEra + era * 400 + (date.month <= 2 ? 1 : 0);
-    return date;
-}
 
 // The system covers a limited range of local time (Windows: 1970 to 3000). Outside it a time is
 // shifted by whole 400-year cycles into the range, converted, and shifted back; this keeps every
@@ -91,19 +43,14 @@ bool posixToLocal(std::int64_t posixSeconds, std::tm& out) {
     return true;
 }
 
-// Seconds of a calendar record counted as if it were UTC; fields out of range carry over.
-std::int64_t naiveSeconds(const std::tm& t) {
-    return daysFromCivil(t.tm_year + std::int64_t(1900), t.tm_mon + std::int64_t(1), t.tm_mday) *
-               SecondsPerDay +
-           t.tm_hour * std::int64_t(3600) + t.tm_min * std::int64_t(60) + t.tm_sec;
-}
-
 bool localToPosix(std::tm fields, std::int64_t& out) {
     out = Platform::makeLocalTime(fields);
     if (out != -1) return true;
     // -1 is also the true answer for the fields of the second before the epoch.
     std::tm beforeEpoch{};
-    if (Platform::localTime(-1, beforeEpoch) && naiveSeconds(beforeEpoch) == naiveSeconds(fields))
+    if (Platform::localTime(-1, beforeEpoch) &&
+        Platform::Calendar::secondsFromFields(beforeEpoch) ==
+            Platform::Calendar::secondsFromFields(fields))
         return true;
     const std::int64_t cycles = floorDiv(fields.tm_year + 1900 - 2000, 400);
     if (cycles == 0) return false;
@@ -687,7 +634,7 @@ void DateTime::toTM(std::tm& out) const {
     out.tm_sec = m_value.second;
     out.tm_isdst = m_value.daylightSaving;
     const std::int64_t day = daysFromCivil(m_value.year, m_value.month, m_value.day);
-    out.tm_wday = static_cast<int>(floorMod(day + 4, 7)); // 1970-01-01 was a Thursday
+    out.tm_wday = Platform::Calendar::weekday(day);
     const std::int64_t year = m_value.year + floorDiv(m_value.month - 1, 12);
     out.tm_yday = static_cast<int>(day - daysFromCivil(year, 1, 1));
 }

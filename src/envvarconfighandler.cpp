@@ -3,6 +3,7 @@
 
 #include "qorcommon/string.h"
 
+#include "configmessages.h"
 #include "platform/platform.h"
 
 #include <utility>
@@ -67,7 +68,7 @@ std::string EnvVarConfigHandler::variableName(const std::string& path) const {
 bool EnvVarConfigHandler::readEntryAsString(const std::string& path, std::string& out) {
     const std::string name = variableName(path);
     if (!getEnvVar(name, out)) {
-        String message("could not get environment variable: '{0}'");
+        String message(ConfigMessages::kCannotGetVariable);
         message.a(name);
         setLastError(message.str(), OperationFailed);
         return false;

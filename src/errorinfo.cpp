@@ -1,7 +1,5 @@
 #include "qorcommon/errorinfo.h"
 
-#include "recordmacros.h"
-
 #include <utility>
 
 namespace Orvane {
@@ -163,15 +161,6 @@ String ErrorInfo::asLongString() const {
         text += pair.first + ": " + pair.second + "\n";
     }
     return String(std::move(text));
-}
-
-String ErrorInfo::asString(const std::string& format) const {
-    StringList unresolved;
-    return asString(format, unresolved);
-}
-
-String ErrorInfo::asString(const std::string& format, StringList& unresolved) const {
-    return Internal::expandErrorInfoFormat(*this, format, unresolved);
 }
 
 } // namespace Core

@@ -2,6 +2,7 @@
 #include "qorcommon/memoryconfighandler.h"
 
 #include "qorcommon/string.h"
+#include "configmessages.h"
 
 #include <map>
 #include <mutex>
@@ -14,10 +15,7 @@ namespace Core {
 
 namespace {
 
-const char* const kIncorrectPath = "Incorrect config path: '{0}'.";
-const char* const kEmptyPart = "Section and entry cannot be empty in config path: '{0}'.";
-const char* const kEntryNotFound = "{0}: Entry not found: {1}";
-const char* const kKeyNotFound = "{0}: Key not found: {1}";
+using namespace ConfigMessages;
 
 std::string fill(const char* pattern, const std::string& value) {
     String text(pattern);

@@ -1,6 +1,6 @@
 #include "qorcommon/moduleinfo.h"
 
-#include "qorcommon/errorinfo.h"
+#include "qorcommon/custominfo.h"
 #include "qorcommon/hash.h"
 
 #include <utility>

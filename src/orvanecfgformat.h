@@ -1,4 +1,5 @@
-// The "orvane.cfg" format in memory: the reader and the writer behind OrvanecfgConfigHandler.
+// The "orvane.cfg" format in memory: the reader and the writer behind OrvanecfgConfigHandler
+// (orvanecfgformat.cpp).
 //
 // Not part of the installed headers and not exported: the fuzzer, the tests and the benchmark
 // link the static library to run the grammar without files.
@@ -7,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <string>
@@ -16,6 +18,13 @@
 namespace Orvane {
 namespace Core {
 namespace Orvanecfg {
+
+/// The file text starts with a byte order mark (written always, skipped when read) of this size.
+inline constexpr std::size_t kByteOrderMarkSize = 3;
+
+/// Fills "{0}" to "{9}" of a message in one pass, so that an argument which itself holds "{1}"
+/// stays as it is.
+std::string format(std::string_view pattern, std::initializer_list<std::string_view> arguments);
 
 /// The values of an entry, packed into one string: for each value its length as a base-128
 /// number (seven bits a byte, low bits first) and then its bytes. A whole list costs one

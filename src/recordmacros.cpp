@@ -1,11 +1,14 @@
-// Helpers that make error records the value source of the macro replacer.
-#include "recordmacros.h"
-
+// The macro forms of error records: ErrorInfo::asString(format), CodeLocation::asString(format)
+// and CustomInfo::asStringList(format), with a record as the value source of the macro replacer.
+// They are declared with the records but defined here, above the macro engine, so that the records
+// themselves depend on nothing above strings and time.
+#include "qorcommon/errorinfo.h"
 #include "qorcommon/macroreplacer.h"
+
+#include <utility>
 
 namespace Orvane {
 namespace Core {
-namespace Internal {
 
 namespace {
 
@@ -150,8 +153,6 @@ String expandWith(MacroReplacerHelper& macros, const std::string& format, String
     return String(std::move(text));
 }
 
-} // namespace
-
 String expandErrorInfoFormat(const ErrorInfo& errorInfo, const std::string& format,
                              StringList& unresolved) {
     ErrorInfoMacros macros(errorInfo);
@@ -179,6 +180,34 @@ StringList expandCustomInfoFormat(const CustomInfo& customInfo, const std::strin
     return list;
 }
 
-} // namespace Internal
+} // namespace
+
+String ErrorInfo::asString(const std::string& format) const {
+    StringList unresolved;
+    return asString(format, unresolved);
+}
+
+String ErrorInfo::asString(const std::string& format, StringList& unresolved) const {
+    return expandErrorInfoFormat(*this, format, unresolved);
+}
+
+String CodeLocation::asString(const std::string& format) const {
+    StringList unresolved;
+    return asString(format, unresolved);
+}
+
+String CodeLocation::asString(const std::string& format, StringList& unresolved) const {
+    return expandCodeLocationFormat(*this, format, unresolved);
+}
+
+StringList CustomInfo::asStringList(const std::string& format) const {
+    StringList unresolved;
+    return asStringList(format, unresolved);
+}
+
+StringList CustomInfo::asStringList(const std::string& format, StringList& unresolved) const {
+    return expandCustomInfoFormat(*this, format, unresolved);
+}
+
 } // namespace Core
 } // namespace Orvane

@@ -10,6 +10,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <new>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -201,6 +203,45 @@ TEST(MacroReplacer, SourcesAreAskedInOrder) {
     ContextHelper child(&fallback);
     expectFailure("$(failing)", "[no value]", {"failing: no luck"}, &child);
     EXPECT_EQ("fallback", value("$(other)", &child));
+}
+
+TEST(MacroReplacer, ThrowingSourcesBecomeErrorsOfTheirMacro) {
+    MacroReplacerHelper helper;
+    helper.registerMacroExecutor(
+        "boom",
+        [](const std::string&, const StringList&, std::string&, StringList&,
+           MacroReplacer*) -> bool { throw std::runtime_error("disk on fire"); });
+    helper.registerMacroExecutor("odd",
+                                 [](const std::string&, const StringList&, std::string&,
+                                    StringList&, MacroReplacer*) -> bool { throw 42; });
+    // The rest of the text still expands, and later macros are still asked.
+    expectFailure("a$(boom:x)b$(nl)$(odd)c", "a[no value]b\n[no value]c",
+                  {"macro 'boom' failed with an exception: disk on fire",
+                   "macro 'odd' failed with an exception"},
+                  &helper);
+
+    // A helper's getCustomValue and the executor of a simple helper are guarded the same way,
+    // also inside a function call and a braced branch, and for a parsed template.
+    struct ThrowingHelper : MacroReplacerHelper {
+        using MacroReplacerHelper::getCustomValue;
+        bool getCustomValue(const std::string& name, const StringList&, std::string&,
+                            StringList&) override {
+            if (name == "fragile") throw std::logic_error("broken");
+            return false;
+        }
+    } throwing;
+    expectFailure("$(function:f,{$(return:$(fragile))})$(call:f)|$(if:true,{$(fragile)})",
+                  "[no value]|[no value]",
+                  {"macro 'fragile' failed with an exception: broken",
+                   "macro 'fragile' failed with an exception: broken"},
+                  &throwing);
+    MacroReplacer simple([](const std::string&, const StringList&, std::string&, StringList&,
+                            MacroReplacer*) -> bool { throw std::bad_alloc(); });
+    std::string result;
+    StringList errors;
+    EXPECT_FALSE(simple.expand(MacroTemplate("<$(any)>"), result, errors));
+    EXPECT_EQ("<[no value]>", result);
+    EXPECT_EQ(Texts{"macro 'any' failed with an exception: std::bad_alloc"}, errors.asVector());
 }
 
 TEST(MacroReplacer, SimpleHelperSessionsAndCustomContext) {

@@ -1,10 +1,12 @@
-// Error records: the record itself (ErrorInfo), the source position where an error arose
-// (CodeLocation) and free key/value annotations (CustomInfo).
+// Error records: the record itself (ErrorInfo) and the source position where an error arose
+// (CodeLocation). The key/value annotations of both (CustomInfo) have a header of their own,
+// included here.
 //
 // All three are values: copies are deep and independent. They are not synchronised; a record is
 // handed from thread to thread by copying it.
 #pragma once
 
+#include "qorcommon/custominfo.h"
 #include "qorcommon/datetime.h"
 #include "qorcommon/export.h"
 #include "qorcommon/moduleinfo.h"
@@ -17,60 +19,6 @@
 
 namespace Orvane {
 namespace Core {
-
-/// Key/value annotations, ordered by key (byte-wise).
-class QORCOMMON_API CustomInfo {
-public:
-    using Map = std::map<std::string, std::string>;
-    using Pair = std::pair<std::string, std::string>;
-
-    CustomInfo();
-    /// One pair.
-    CustomInfo(const std::string& key, const std::string& value);
-    explicit CustomInfo(const Map& values);
-    CustomInfo(const CustomInfo& other);
-    CustomInfo(CustomInfo&& other) noexcept;
-    CustomInfo& operator=(const CustomInfo& other);
-    CustomInfo& operator=(CustomInfo&& other) noexcept;
-    ~CustomInfo();
-
-    /// Inserts the pair, replacing the value of an existing key; chains:
-    /// `info << CustomInfo::Pair("file", name) << CustomInfo::Pair("size", "12");`
-    CustomInfo& operator<<(const Pair& pair);
-    /// The same as operator<<.
-    CustomInfo& set(const std::string& key, const std::string& value);
-    /// Removes the key; false when it was absent.
-    bool remove(const std::string& key);
-    void clear();
-
-    /// The value under `key`, or `defaultValue` itself when the key is absent (the reference is
-    /// then the caller's own: keep the default alive as long as the result is used).
-    const std::string& get(const std::string& key, const std::string& defaultValue) const;
-    bool contains(const std::string& key) const;
-    std::size_t size() const;
-    bool isEmpty() const;
-    const Map& values() const;
-
-    /// One entry "key = value" per pair, in key order.
-    StringList asStringList() const;
-    /// One entry per pair, in key order: `format` expanded by the macro replacer
-    /// (qorcommon/macroreplacer.h) with $(key), $(value) and $(custom_info:<key>[,<default>]).
-    StringList asStringList(const std::string& format) const;
-    /// As above; the error texts of the expansion ("unknown macro: ..." among them) are appended
-    /// to `unresolved`.
-    StringList asStringList(const std::string& format, StringList& unresolved) const;
-    /// The entries of asStringList() joined with "\n".
-    String asString() const;
-
-    bool operator==(const CustomInfo& other) const;
-    bool operator!=(const CustomInfo& other) const { return !(*this == other); }
-
-private:
-    struct Private;
-    // A moved-from value gets a fresh empty block on its next use.
-    Private* ensure() const;
-    mutable Private* d;
-};
 
 /// Where something happened in the source: file, line, function, a comment and annotations.
 ///

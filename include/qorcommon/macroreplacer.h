@@ -44,7 +44,9 @@
 //
 // Errors
 // Expansion never throws. A failing macro appends its error text to the error list and yields
-// "[no value]"; a name that no source knows also records "unknown macro: " and the name. The
+// "[no value]"; a name that no source knows also records "unknown macro: " and the name. An
+// exception thrown by an executor or a helper's getCustomValue is such a failure: it records
+// "macro '<name>' failed with an exception: " and the exception's what() text. The
 // syntax errors are "syntax error: missing ':' after macro name" (the name is followed by
 // something else, or holds blanks, commas, braces, quotes, parentheses or "$"), "syntax error:
 // unexpected ')'" (an empty name, "$()"), "syntax error: too many ')'" (a ")" in a braced group
@@ -72,6 +74,8 @@
 //   numbers, else the usage error is reported; division by zero reports "operation: division by
 //   zero". Comparisons compare numerically when both operands are numbers, else byte-wise as
 //   text. "not" and "!" give "false" for "true" and "true" for anything else.
+// - get_cfg, get_modules, get_module_info and module_info read services of the library; they are
+//   built-ins like the others, registered by the library's services when the library is loaded.
 // - get_cfg reads the first value of the entry through QOR::libraryConfigHandler(), asking the
 //   whole chain; the value is inserted as read (not expanded).
 // - get_modules, get_module_info and module_info render a module as ModuleInfo::asString() unless
@@ -99,6 +103,8 @@ namespace Core {
 
 class MacroReplacer;
 class MacroReplacer_RunTimeSession;
+// The engine's way into the private parts of the classes below (defined inside the library).
+class MacroReplacerAccess;
 
 /// The function behind a named macro: macro name, arguments (braced ones as their verbatim inner
 /// text, the others expanded), the value (out), the error list to append to, and the replacer
@@ -106,56 +112,6 @@ class MacroReplacer_RunTimeSession;
 using MacroExecutor =
     std::function<bool(const std::string& name, const StringList& args, std::string& result,
                        StringList& errors, MacroReplacer* replacer)>;
-
-namespace Internal {
-
-struct MacroEngine;
-
-namespace RunTimeSession {
-
-/// The variables of one frame of a session.
-class QORCOMMON_API Frame {
-public:
-    virtual ~Frame();
-    Frame(const Frame&) = delete;
-    Frame& operator=(const Frame&) = delete;
-
-    /// False (and `value` untouched) when the frame has no such variable.
-    bool variable(const std::string& name, std::string& value) const;
-    void setVariable(const std::string& name, const std::string& value);
-    const std::map<std::string, std::string>& variables() const;
-    virtual bool isMainFrame() const = 0;
-
-protected:
-    Frame();
-
-private:
-    struct Private;
-    Private* d;
-};
-
-/// The bottom frame: the variables set outside any function.
-class QORCOMMON_API MainFrame : public Frame {
-public:
-    MainFrame();
-    ~MainFrame() override;
-    bool isMainFrame() const override { return true; }
-};
-
-/// The frame of one active call: the function's arguments and the variables it sets.
-class QORCOMMON_API StackFrame : public Frame {
-public:
-    explicit StackFrame(const std::string& functionName);
-    ~StackFrame() override;
-    bool isMainFrame() const override { return false; }
-    const std::string& functionName() const;
-
-private:
-    std::string m_functionName;
-};
-
-} // namespace RunTimeSession
-} // namespace Internal
 
 /// The state of one expansion: variables, macro functions, the call frames and a pending return.
 /// A helper that overrides the session form of getValue / getCustomValue sees it, and can expand
@@ -183,9 +139,6 @@ public:
     /// Sets a variable in the current frame.
     void setVariable(const std::string& name, const std::string& value);
 
-    Internal::RunTimeSession::MainFrame& mainFrame();
-    /// The frame of the innermost active call, or the main frame.
-    Internal::RunTimeSession::Frame& currentFrame();
     /// The number of active calls.
     std::size_t callDepth() const;
 
@@ -196,7 +149,7 @@ public:
     const std::string& pendingReturnValue() const;
 
 private:
-    friend struct Internal::MacroEngine;
+    friend class MacroReplacerAccess;
     struct Private;
     Private* d;
 };
@@ -243,7 +196,7 @@ public:
     void setParentHelper(MacroReplacerHelper* parent);
 
 private:
-    friend struct Internal::MacroEngine;
+    friend class MacroReplacerAccess;
     struct Private;
     Private* d;
 };
@@ -284,7 +237,7 @@ public:
     bool isConstant() const;
 
 private:
-    friend struct Internal::MacroEngine;
+    friend class MacroReplacerAccess;
     struct Private;
     Private* d;
 };
@@ -350,7 +303,7 @@ public:
     static String availableMacrosAsHtml();
 
 private:
-    friend struct Internal::MacroEngine;
+    friend class MacroReplacerAccess;
     struct Private;
     Private* d;
 };

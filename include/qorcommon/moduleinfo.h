@@ -82,7 +82,7 @@ public:
 
     const std::string& name() const;
     const std::string& description() const;
-    /// Include qorcommon/errorinfo.h to use the annotations.
+    /// Include qorcommon/custominfo.h to use the annotations.
     const CustomInfo& customInfo() const;
     CustomInfo& customInfo();
 

@@ -1,6 +1,6 @@
 // Clocks, calendar conversions and the locale's code page on Win32.
 #include "platform/platform.h"
-#include "platform/win32/calendar.h"
+#include "platform/calendar.h"
 #include "platform/win32/win32support.h"
 
 namespace Orvane {
