@@ -137,9 +137,9 @@ private:
 /// Names the calling thread for debuggers and process viewers (pthread_setname_np /
 /// SetThreadDescription). Linux keeps the first 15 bytes, cut at a character boundary. False when
 /// the system has no such service or refuses the name.
-QORCOMMON_API bool setCurrentThreadName(const std::string& name);
+bool setCurrentThreadName(const std::string& name);
 /// The calling thread's name as the system knows it; empty when it has none or cannot tell.
-QORCOMMON_API std::string currentThreadName();
+std::string currentThreadName();
 
 // ---- environment and process information -----------------------------------------------------
 
