@@ -7,6 +7,7 @@
 
 #include "qorcommon/datetime.h"
 #include "qorcommon/export.h"
+#include "qorcommon/privateptr.h"
 #include "qorcommon/moduleinfo.h"
 #include "qorcommon/string.h"
 #include "qorcommon/stringlist.h"
@@ -67,9 +68,7 @@ public:
 
 private:
     struct Private;
-    // A moved-from value gets a fresh empty block on its next use.
-    Private* ensure() const;
-    mutable Private* d;
+    PrivatePtr<Private> d;
 };
 
 /// Where something happened in the source: file, line, function, a comment and annotations.
@@ -177,9 +176,7 @@ private:
     void setPosition(const std::string& position);
 
     struct Private;
-    // A moved-from value gets a fresh empty block on its next use.
-    Private* ensure() const;
-    mutable Private* d;
+    PrivatePtr<Private> d;
 };
 
 /// An error: text, code, hint for the user, where and when it arose, the module that raised it
@@ -254,9 +251,8 @@ public:
 
 private:
     struct Private;
-    // A moved-from value gets a fresh empty block on its next use.
-    Private* ensure() const;
-    mutable Private* d;
+    // Mutable for setModuleInfo.
+    mutable PrivatePtr<Private> d;
 };
 
 } // namespace Core

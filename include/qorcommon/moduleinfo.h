@@ -2,6 +2,7 @@
 #pragma once
 
 #include "qorcommon/export.h"
+#include "qorcommon/privateptr.h"
 #include "qorcommon/string.h"
 #include "qorcommon/version.h"
 
@@ -62,9 +63,7 @@ public:
 
 private:
     struct Private;
-    // A moved-from record gets a fresh empty block on its next use.
-    Private* ensure() const;
-    mutable Private* d;
+    PrivatePtr<Private> d;
 };
 
 /// A display name and description of a thing (a feature, a configuration entry, a macro), with
@@ -98,9 +97,7 @@ public:
 
 private:
     struct Private;
-    // A moved-from record gets a fresh empty block on its next use.
-    Private* ensure() const;
-    mutable Private* d;
+    PrivatePtr<Private> d;
 };
 
 } // namespace Core

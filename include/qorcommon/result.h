@@ -8,6 +8,7 @@
 
 #include "qorcommon/errorinfo.h"
 #include "qorcommon/export.h"
+#include "qorcommon/privateptr.h"
 
 namespace Orvane {
 namespace Core {
@@ -56,9 +57,7 @@ public:
 
 private:
     struct Private;
-    // A moved-from result gets a fresh block on its next use.
-    Private* ensure() const;
-    mutable Private* d;
+    PrivatePtr<Private> d;
 };
 
 } // namespace Core
