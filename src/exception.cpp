@@ -153,8 +153,8 @@ OperationException::OperationException(const ErrorInfo& errorInfo, std::exceptio
     : Exception(parent), d(new Private(errorInfo)) {}
 
 OperationException::OperationException(const OperationException& other) noexcept = default;
-OperationException& OperationException::operator=(const OperationException& other) noexcept =
-    default;
+OperationException&
+OperationException::operator=(const OperationException& other) noexcept = default;
 OperationException::~OperationException() = default;
 
 const ErrorInfo& OperationException::errorInfo() const {

@@ -19,8 +19,8 @@ struct LogEntry::Private : SharedPrivate {
 
     Private() = default;
     Private(Context c, std::string t, long s, std::string custom = std::string())
-        : context(c), text(std::move(t)), customContext(std::move(custom)), status(s),
-          null(false) {}
+        : context(c), text(std::move(t)), customContext(std::move(custom)), status(s), null(false) {
+    }
     Private(Context c, std::string t, long s, const CodeLocation& where,
             std::string custom = std::string())
         : context(c), text(std::move(t)), customContext(std::move(custom)), location(where),

@@ -17,6 +17,7 @@
 
 #include "qorcommon/datetime.h"
 #include "qorcommon/export.h"
+#include "qorcommon/privateptr.h"
 #include "qorcommon/gc.h"
 #include "qorcommon/string.h"
 
@@ -79,7 +80,7 @@ protected:
 
 private:
     struct Private;
-    Private* d;
+    PrivatePtr<Private> d;
 };
 
 /// A field that knows its prefix, the first part of its formatted string.
@@ -156,7 +157,7 @@ protected:
 
 private:
     struct Private;
-    Private* d;
+    PrivatePtr<Private> d;
 };
 
 /// A text.
@@ -178,7 +179,7 @@ public:
 
 private:
     struct Private;
-    Private* d;
+    PrivatePtr<Private> d;
 };
 
 /// A 32-bit signed number.
@@ -204,7 +205,7 @@ public:
 
 private:
     struct Private;
-    Private* d;
+    PrivatePtr<Private> d;
 };
 
 /// A flag, written "1" or "0".
@@ -229,7 +230,7 @@ public:
 
 private:
     struct Private;
-    Private* d;
+    PrivatePtr<Private> d;
 };
 
 /// A row of flags (64 unless told otherwise), each on, off or unknown.
@@ -274,7 +275,7 @@ public:
 
 private:
     struct Private;
-    Private* d;
+    PrivatePtr<Private> d;
 };
 
 /// A date and time, written YYYYMMDDHH24MISS.
@@ -301,7 +302,7 @@ public:
 
 private:
     struct Private;
-    Private* d;
+    PrivatePtr<Private> d;
 };
 
 } // namespace Core

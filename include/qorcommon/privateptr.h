@@ -30,16 +30,14 @@ namespace Orvane {
 namespace Core {
 
 /// Where a block lives for good: the one empty instance of P, built on first use.
-template <typename P>
-P* emptyPrivateInstance() noexcept {
+template <typename P> P* emptyPrivateInstance() noexcept {
     alignas(P) static unsigned char storage[sizeof(P)];
     static P* const instance = ::new (static_cast<void*>(storage)) P();
     return instance;
 }
 
 /// Owns a private block, copied deeply.
-template <typename P>
-class PrivatePtr {
+template <typename P> class PrivatePtr {
 public:
     /// The shared empty block.
     PrivatePtr() noexcept : m_p(emptyPrivateInstance<P>()) {}
@@ -106,8 +104,7 @@ protected:
     ~SharedPrivate() = default;
 
 private:
-    template <typename>
-    friend class SharedPrivatePtr;
+    template <typename> friend class SharedPrivatePtr;
     mutable std::atomic<long> m_holders{1};
 };
 
@@ -115,8 +112,7 @@ private:
 ///
 /// Copying and moving never throw and never allocate. The empty block is never counted, so
 /// default objects do not all write to one shared counter.
-template <typename P>
-class SharedPrivatePtr {
+template <typename P> class SharedPrivatePtr {
 public:
     SharedPrivatePtr() noexcept : m_p(emptyPrivateInstance<P>()) {}
     /// Takes a block made with new (its count is 1).
