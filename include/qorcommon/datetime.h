@@ -4,6 +4,7 @@
 #pragma once
 
 #include "qorcommon/object.h"
+#include "qorcommon/privateptr.h"
 #include "qorcommon/string.h"
 
 #include <cstddef>
@@ -315,8 +316,8 @@ public:
 
     explicit DateTimeFormat(const char* format);
     explicit DateTimeFormat(const std::string& format);
-    DateTimeFormat(const DateTimeFormat& other);
-    DateTimeFormat& operator=(const DateTimeFormat& other);
+    DateTimeFormat(const DateTimeFormat& other) noexcept;
+    DateTimeFormat& operator=(const DateTimeFormat& other) noexcept;
     ~DateTimeFormat();
 
     /// The format text as given.
@@ -332,7 +333,7 @@ public:
 private:
     friend struct DateTimeAccess;
     struct Private;
-    Private* d;
+    SharedPrivatePtr<Private> d;
 };
 
 } // namespace Core

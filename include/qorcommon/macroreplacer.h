@@ -85,6 +85,7 @@
 #pragma once
 
 #include "qorcommon/export.h"
+#include "qorcommon/privateptr.h"
 #include "qorcommon/moduleinfo.h"
 #include "qorcommon/string.h"
 #include "qorcommon/stringlist.h"
@@ -272,9 +273,9 @@ public:
     /// The empty template.
     MacroTemplate();
     explicit MacroTemplate(const std::string& text);
-    MacroTemplate(const MacroTemplate& other);
+    MacroTemplate(const MacroTemplate& other) noexcept;
     MacroTemplate(MacroTemplate&& other) noexcept;
-    MacroTemplate& operator=(const MacroTemplate& other);
+    MacroTemplate& operator=(const MacroTemplate& other) noexcept;
     MacroTemplate& operator=(MacroTemplate&& other) noexcept;
     ~MacroTemplate();
 
@@ -286,7 +287,7 @@ public:
 private:
     friend struct Internal::MacroEngine;
     struct Private;
-    Private* d;
+    SharedPrivatePtr<Private> d;
 };
 
 /// Expands templates. The replacer holds no state of an expansion, so one replacer may expand on

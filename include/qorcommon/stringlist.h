@@ -2,6 +2,7 @@
 #pragma once
 
 #include "qorcommon/object.h"
+#include "qorcommon/privateptr.h"
 #include "qorcommon/string.h"
 
 #include <cstddef>
@@ -98,7 +99,7 @@ private:
     void checkRoomFor(std::size_t more) const;
 
     struct Private;
-    Private* d;
+    PrivatePtr<Private> d;
 };
 
 } // namespace Core
