@@ -12,15 +12,21 @@
 // empty `P`: reading a default or moved-from object never allocates, and a move never allocates.
 // A holder gets a block of its own on its first write.
 //
-// The empty instance is a function-local static placed in static storage and never destroyed: it
-// is built on first use (thread-safe under C++11 rules, whatever the order of static
-// initialisation) and stays valid while other statics are destroyed. Only the library's source
-// files, where P is complete, instantiate the member functions (the classes define their special
-// members out of line), so there is exactly one empty instance per P, inside the library, on
-// both sides of a DLL boundary.
+// Why this shape:
+// - The empty block is built in static storage on first use (a function-local static: thread-safe
+//   and independent of the order of static initialisation) and never destroyed, so it is valid
+//   during start-up and shutdown alike. Holders recognise it by the address of its storage, which
+//   is known without building it, so a copy, move or destruction has no guard to test.
+// - Only the constructors that take a block or make the empty one build it. Every other holder is
+//   a copy or a move of one of those, so moves and resets, which may not fail, never build it:
+//   they neither allocate nor throw, even where P() allocates.
+// - P is complete only in the library's source files. The classes declare their special members
+//   in the header and default them in the source, so every member of the template is
+//   instantiated inside the library: one empty block per P, on either side of a DLL boundary,
+//   and the layout of a class stays one pointer.
 //
-// Thread safety: reentrant; the copy count of SharedPrivatePtr is atomic, so copies of one
-// object may be made from several threads at once.
+// Thread safety: reentrant; the count of SharedPrivatePtr is atomic, so copies of one object may
+// be made and dropped from several threads at once.
 #pragma once
 
 #include <atomic>
@@ -29,24 +35,44 @@
 namespace Orvane {
 namespace Core {
 
-/// Where a block lives for good: the one empty instance of P, built on first use.
-template <typename P> P* emptyPrivateInstance() noexcept {
-    alignas(P) static unsigned char storage[sizeof(P)];
-    static P* const instance = ::new (static_cast<void*>(storage)) P();
-    return instance;
-}
+/// The one empty instance of P, in static storage that is never freed.
+///
+/// The instance is built on first use (thread-safe, whatever the order of static initialisation)
+/// and never destroyed, so it stays valid while other statics are torn down. Its address is that
+/// of the storage, known without building it: comparing a pointer with it costs no guard.
+template <typename P> class EmptyPrivate {
+public:
+    /// Builds the instance unless it exists; throws what P() throws.
+    static P* instance() {
+        static P* const made = ::new (static_cast<void*>(storage())) P();
+        return made;
+    }
+    /// The instance, for a caller that knows it was built (a holder pointing at it exists).
+    static P* built() noexcept { return std::launder(reinterpret_cast<P*>(storage())); }
+    /// True when `p` is the empty instance; builds nothing.
+    static bool is(const P* p) noexcept {
+        return static_cast<const void*>(p) == static_cast<const void*>(storage());
+    }
+
+private:
+    static unsigned char* storage() noexcept {
+        alignas(P) static unsigned char bytes[sizeof(P)];
+        return bytes;
+    }
+};
 
 /// Owns a private block, copied deeply.
 template <typename P> class PrivatePtr {
 public:
-    /// The shared empty block.
-    PrivatePtr() noexcept : m_p(emptyPrivateInstance<P>()) {}
-    /// Takes a block made with new.
-    explicit PrivatePtr(P* block) noexcept : m_p(block) {}
+    /// The shared empty block (built here on first use).
+    PrivatePtr() : m_p(EmptyPrivate<P>::instance()) {}
+    /// Takes a block made with new. Also builds the empty block, so that no later move or reset,
+    /// which may not fail, is the first to need it.
+    explicit PrivatePtr(P* block) : m_p(block) { adopt(block); }
     /// A copy of a non-empty block; the empty block is shared, not copied.
     PrivatePtr(const PrivatePtr& other) : m_p(other.isEmpty() ? other.m_p : new P(*other.m_p)) {}
     PrivatePtr(PrivatePtr&& other) noexcept : m_p(other.m_p) {
-        other.m_p = emptyPrivateInstance<P>();
+        other.m_p = EmptyPrivate<P>::built();
     }
     PrivatePtr& operator=(const PrivatePtr& other) {
         if (m_p == other.m_p) return *this;
@@ -62,7 +88,7 @@ public:
     PrivatePtr& operator=(PrivatePtr&& other) noexcept {
         if (this != &other) {
             P* taken = other.m_p;
-            other.m_p = emptyPrivateInstance<P>();
+            other.m_p = EmptyPrivate<P>::built();
             reset();
             m_p = taken;
         }
@@ -79,16 +105,25 @@ public:
         return m_p;
     }
     /// True while the holder points at the shared empty block.
-    bool isEmpty() const noexcept { return m_p == emptyPrivateInstance<P>(); }
+    bool isEmpty() const noexcept { return EmptyPrivate<P>::is(m_p); }
     /// Back to the shared empty block.
     void reset() noexcept {
         if (!isEmpty()) {
             delete m_p;
-            m_p = emptyPrivateInstance<P>();
+            m_p = EmptyPrivate<P>::built();
         }
     }
 
 private:
+    static void adopt(P* block) {
+        try {
+            EmptyPrivate<P>::instance();
+        } catch (...) {
+            delete block;
+            throw;
+        }
+    }
+
     P* m_p;
 };
 
@@ -114,12 +149,20 @@ private:
 /// default objects do not all write to one shared counter.
 template <typename P> class SharedPrivatePtr {
 public:
-    SharedPrivatePtr() noexcept : m_p(emptyPrivateInstance<P>()) {}
-    /// Takes a block made with new (its count is 1).
-    explicit SharedPrivatePtr(P* block) noexcept : m_p(block) {}
+    /// The shared empty block (built here on first use).
+    SharedPrivatePtr() : m_p(EmptyPrivate<P>::instance()) {}
+    /// Takes a block made with new (its count is 1); builds the empty block as PrivatePtr does.
+    explicit SharedPrivatePtr(P* block) : m_p(block) {
+        try {
+            EmptyPrivate<P>::instance();
+        } catch (...) {
+            delete block;
+            throw;
+        }
+    }
     SharedPrivatePtr(const SharedPrivatePtr& other) noexcept : m_p(other.m_p) { retain(m_p); }
     SharedPrivatePtr(SharedPrivatePtr&& other) noexcept : m_p(other.m_p) {
-        other.m_p = emptyPrivateInstance<P>();
+        other.m_p = EmptyPrivate<P>::built();
     }
     SharedPrivatePtr& operator=(const SharedPrivatePtr& other) noexcept {
         P* old = m_p;
@@ -132,7 +175,7 @@ public:
         if (this != &other) {
             P* old = m_p;
             m_p = other.m_p;
-            other.m_p = emptyPrivateInstance<P>();
+            other.m_p = EmptyPrivate<P>::built();
             release(old);
         }
         return *this;
@@ -153,7 +196,7 @@ public:
         }
         return m_p;
     }
-    bool isEmpty() const noexcept { return m_p == emptyPrivateInstance<P>(); }
+    bool isEmpty() const noexcept { return EmptyPrivate<P>::is(m_p); }
     /// True when another holder shares the block (never for the empty block).
     bool isShared() const noexcept {
         return !isEmpty() && m_p->m_holders.load(std::memory_order_acquire) != 1;
@@ -161,11 +204,10 @@ public:
 
 private:
     static void retain(P* block) noexcept {
-        if (block != emptyPrivateInstance<P>())
-            block->m_holders.fetch_add(1, std::memory_order_relaxed);
+        if (!EmptyPrivate<P>::is(block)) block->m_holders.fetch_add(1, std::memory_order_relaxed);
     }
     static void release(P* block) noexcept {
-        if (block != emptyPrivateInstance<P>() &&
+        if (!EmptyPrivate<P>::is(block) &&
             block->m_holders.fetch_sub(1, std::memory_order_acq_rel) == 1)
             delete block;
     }
