@@ -20,6 +20,7 @@ namespace Orvane {
 namespace Core {
 
 /// Key/value annotations, ordered by key (byte-wise).
+/// Thread safety: reentrant.
 class QORCOMMON_API CustomInfo {
 public:
     using Map = std::map<std::string, std::string>;
@@ -77,6 +78,7 @@ private:
 /// the signatures that C++ compilers supply to a plain qualified name, so that
 /// "virtual int Orvane::Core::Foo::bar(int) const" is kept as "Orvane::Core::Foo::bar".
 /// QOR_CODE_LOCATION (below) makes the location of the place where it is written.
+/// Thread safety: reentrant.
 class QORCOMMON_API CodeLocation {
 public:
     /// How the function text was written, and so how setFunction reduces it.
@@ -181,6 +183,7 @@ private:
 
 /// An error: text, code, hint for the user, where and when it arose, the module that raised it
 /// and annotations.
+/// Thread safety: reentrant.
 class QORCOMMON_API ErrorInfo {
 public:
     /// An empty record: code 0, no text, the time of construction.

@@ -115,6 +115,7 @@ struct MacroEngine;
 namespace RunTimeSession {
 
 /// The variables of one frame of a session.
+/// Thread safety: reentrant.
 class QORCOMMON_API Frame {
 public:
     virtual ~Frame();
@@ -136,6 +137,7 @@ private:
 };
 
 /// The bottom frame: the variables set outside any function.
+/// Thread safety: reentrant.
 class QORCOMMON_API MainFrame : public Frame {
 public:
     MainFrame();
@@ -144,6 +146,7 @@ public:
 };
 
 /// The frame of one active call: the function's arguments and the variables it sets.
+/// Thread safety: reentrant.
 class QORCOMMON_API StackFrame : public Frame {
 public:
     explicit StackFrame(const std::string& functionName);
@@ -162,9 +165,11 @@ private:
 /// A helper that overrides the session form of getValue / getCustomValue sees it, and can expand
 /// texts of its own within it with MacroReplacer::replace(text, errors, session). Not shared
 /// between threads.
+/// Thread safety: reentrant.
 class QORCOMMON_API MacroReplacer_RunTimeSession {
 public:
     /// Context that the caller of replace passes through to its own helper (dynamic_cast it back).
+    /// Thread safety: reentrant.
     class QORCOMMON_API Custom {
     public:
         virtual ~Custom();
@@ -204,6 +209,7 @@ private:
 
 /// A value source of the replacer. Subclasses override getCustomValue to supply context values;
 /// named executors can be registered at any time, also while other threads expand.
+/// Thread safety: thread-safe (setParentHelper: set once at start-up).
 class QORCOMMON_API MacroReplacerHelper {
 public:
     using Executor = MacroExecutor;
@@ -250,6 +256,7 @@ private:
 };
 
 /// A helper whose getCustomValue calls one executor.
+/// Thread safety: thread-safe as far as its executor is.
 class QORCOMMON_API SimpleMacroReplacerHelper : public MacroReplacerHelper {
 public:
     explicit SimpleMacroReplacerHelper(Executor executor, MacroReplacerHelper* parent = nullptr);
@@ -268,6 +275,7 @@ private:
 /// A template parsed once: literal pieces and macros with their arguments already split, unquoted
 /// and parsed in turn, so that expanding it again costs no scanning of the text. Immutable; copies
 /// share the parsed form, and one template may be expanded by several threads at once.
+/// Thread safety: thread-safe.
 class QORCOMMON_API MacroTemplate {
 public:
     /// The empty template.
@@ -292,6 +300,7 @@ private:
 
 /// Expands templates. The replacer holds no state of an expansion, so one replacer may expand on
 /// several threads at once as far as its helper allows.
+/// Thread safety: thread-safe as far as its helper is.
 class QORCOMMON_API MacroReplacer {
 public:
     using Executor = MacroExecutor;

@@ -21,6 +21,7 @@ class CustomInfo;
 /// hash of name, "_" and type (the rule by which feature ids are made), and 0 while both are
 /// empty. Two records of one module thus agree on the id whatever their versions, and a record
 /// whose name start-up fills in later gets its id with it.
+/// Thread safety: reentrant.
 class QORCOMMON_API ModuleInfo {
 public:
     /// An empty record: no name, no type, version 0.0.0, id 0.
@@ -68,6 +69,7 @@ private:
 
 /// A display name and description of a thing (a feature, a configuration entry, a macro), with
 /// free key/value annotations.
+/// Thread safety: reentrant.
 class QORCOMMON_API NameInfo {
 public:
     NameInfo();

@@ -40,6 +40,7 @@ namespace Core {
 /// The instance is built on first use (thread-safe, whatever the order of static initialisation)
 /// and never destroyed, so it stays valid while other statics are torn down. Its address is that
 /// of the storage, known without building it: comparing a pointer with it costs no guard.
+/// Thread safety: thread-safe.
 template <typename P> class EmptyPrivate {
 public:
     /// Builds the instance unless it exists; throws what P() throws.
@@ -62,6 +63,7 @@ private:
 };
 
 /// Owns a private block, copied deeply.
+/// Thread safety: reentrant.
 template <typename P> class PrivatePtr {
 public:
     /// The shared empty block (built here on first use).
@@ -129,6 +131,7 @@ private:
 
 /// The base of a block held by SharedPrivatePtr: the count of holders. A copied block starts
 /// with a count of its own.
+/// Thread safety: thread-safe.
 class SharedPrivate {
 public:
     SharedPrivate() noexcept = default;
@@ -147,6 +150,7 @@ private:
 ///
 /// Copying and moving never throw and never allocate. The empty block is never counted, so
 /// default objects do not all write to one shared counter.
+/// Thread safety: reentrant (copies of one holder may be made and dropped from several threads).
 template <typename P> class SharedPrivatePtr {
 public:
     /// The shared empty block (built here on first use).

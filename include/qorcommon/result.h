@@ -13,6 +13,7 @@
 namespace Orvane {
 namespace Core {
 
+/// Thread safety: reentrant (setShowErrorHandler is thread-safe).
 class QORCOMMON_API Result {
 public:
     /// Shows an error to the user: the record, the place from which it is shown, and two values

@@ -15,6 +15,7 @@
 namespace Orvane {
 namespace Core {
 
+/// Thread safety: reentrant.
 class QORCOMMON_API StringList : public StorageObject {
 public:
     using iterator = std::list<std::string>::iterator;
