@@ -16,6 +16,7 @@
 #include "qorcommon/datetime.h"
 #include "qorcommon/errorinfo.h"
 #include "qorcommon/export.h"
+#include "qorcommon/privateptr.h"
 #include "qorcommon/gc.h"
 #include "qorcommon/logentry.h"
 #include "qorcommon/moduleinfo.h"
@@ -149,7 +150,7 @@ public:
 
 private:
     struct Private;
-    Private* d;
+    PrivatePtr<Private> d;
 };
 
 /// The observer of every entry that any logger of a helper receives.
