@@ -230,57 +230,59 @@ struct CodeLocation::Private {
     std::string function;
     CustomInfo customInfo;
     Language language = NoLanguage;
-    bool empty = false;
+    // Only a default-constructed location is empty; so is the shared empty block.
+    bool empty = true;
+
+    Private() = default;
+    explicit Private(bool isEmpty) : empty(isEmpty) {}
 };
 
-CodeLocation::CodeLocation() : d(new Private) {
-    d->empty = true;
-}
+CodeLocation::CodeLocation() = default;
 
-CodeLocation::CodeLocation(const std::string& position) : d(new Private) {
+CodeLocation::CodeLocation(const std::string& position) : d(new Private(false)) {
     setPosition(position);
 }
 
-CodeLocation::CodeLocation(const std::string& file, int line) : d(new Private) {
-    d->file = file;
-    d->line = line;
+CodeLocation::CodeLocation(const std::string& file, int line) : d(new Private(false)) {
+    d.write()->file = file;
+    d.write()->line = line;
 }
 
 CodeLocation::CodeLocation(const std::string& position, const std::string& comment)
     : CodeLocation(position) {
-    d->comment = comment;
+    d.write()->comment = comment;
 }
 
 CodeLocation::CodeLocation(const std::string& file, int line, const std::string& comment)
     : CodeLocation(file, line) {
-    d->comment = comment;
+    d.write()->comment = comment;
 }
 
 CodeLocation::CodeLocation(const std::string& position, const std::string& comment,
                            const CustomInfo& customInfo)
     : CodeLocation(position, comment) {
-    d->customInfo = customInfo;
+    d.write()->customInfo = customInfo;
 }
 
 CodeLocation::CodeLocation(const std::string& file, int line, const std::string& comment,
                            const CustomInfo& customInfo)
     : CodeLocation(file, line, comment) {
-    d->customInfo = customInfo;
+    d.write()->customInfo = customInfo;
 }
 
-CodeLocation::CodeLocation(const char* function, Language language) : d(new Private) {
+CodeLocation::CodeLocation(const char* function, Language language) : d(new Private(false)) {
     setFunction(function, language);
 }
 
 CodeLocation::CodeLocation(const char* function, Language language, const std::string& comment)
     : CodeLocation(function, language) {
-    d->comment = comment;
+    d.write()->comment = comment;
 }
 
 CodeLocation::CodeLocation(const char* function, Language language, const std::string& comment,
                            const CustomInfo& customInfo)
     : CodeLocation(function, language, comment) {
-    d->customInfo = customInfo;
+    d.write()->customInfo = customInfo;
 }
 
 CodeLocation::CodeLocation(const std::string& position, const char* function, Language language)
@@ -291,13 +293,13 @@ CodeLocation::CodeLocation(const std::string& position, const char* function, La
 CodeLocation::CodeLocation(const std::string& position, const char* function, Language language,
                            const std::string& comment)
     : CodeLocation(position, function, language) {
-    d->comment = comment;
+    d.write()->comment = comment;
 }
 
 CodeLocation::CodeLocation(const std::string& position, const char* function, Language language,
                            const std::string& comment, const CustomInfo& customInfo)
     : CodeLocation(position, function, language, comment) {
-    d->customInfo = customInfo;
+    d.write()->customInfo = customInfo;
 }
 
 CodeLocation::CodeLocation(const std::string& file, int line, const char* function,
@@ -309,109 +311,91 @@ CodeLocation::CodeLocation(const std::string& file, int line, const char* functi
 CodeLocation::CodeLocation(const std::string& file, int line, const char* function,
                            Language language, const std::string& comment)
     : CodeLocation(file, line, function, language) {
-    d->comment = comment;
+    d.write()->comment = comment;
 }
 
 CodeLocation::CodeLocation(const std::string& file, int line, const char* function,
                            Language language, const std::string& comment,
                            const CustomInfo& customInfo)
     : CodeLocation(file, line, function, language, comment) {
-    d->customInfo = customInfo;
+    d.write()->customInfo = customInfo;
 }
 
-CodeLocation::CodeLocation(const CodeLocation& other) : d(new Private(*other.ensure())) {}
-
-CodeLocation::CodeLocation(CodeLocation&& other) noexcept : d(other.d) {
-    other.d = nullptr;
-}
-
-CodeLocation& CodeLocation::operator=(const CodeLocation& other) {
-    if (this != &other) *ensure() = *other.ensure();
-    return *this;
-}
-
-CodeLocation& CodeLocation::operator=(CodeLocation&& other) noexcept {
-    std::swap(d, other.d);
-    return *this;
-}
-
-CodeLocation::~CodeLocation() {
-    delete d;
-}
-
-CodeLocation::Private* CodeLocation::ensure() const {
-    if (!d) {
-        d = new Private;
-        d->empty = true;
-    }
-    return d;
-}
+CodeLocation::CodeLocation(const CodeLocation& other) = default;
+CodeLocation::CodeLocation(CodeLocation&& other) noexcept = default;
+CodeLocation& CodeLocation::operator=(const CodeLocation& other) = default;
+CodeLocation& CodeLocation::operator=(CodeLocation&& other) noexcept = default;
+CodeLocation::~CodeLocation() = default;
 
 const std::string& CodeLocation::file() const {
-    return ensure()->file;
+    return d->file;
 }
 
 int CodeLocation::line() const {
-    return ensure()->line;
+    return d->line;
 }
 
 const std::string& CodeLocation::function() const {
-    return ensure()->function;
+    return d->function;
 }
 
 const std::string& CodeLocation::comment() const {
-    return ensure()->comment;
+    return d->comment;
 }
 
 CodeLocation::Language CodeLocation::language() const {
-    return ensure()->language;
+    return d->language;
 }
 
 const CustomInfo& CodeLocation::customInfo() const {
-    return ensure()->customInfo;
+    return d->customInfo;
 }
 
 CustomInfo& CodeLocation::customInfo() {
-    return ensure()->customInfo;
+    return d.write()->customInfo;
 }
 
 const std::string& CodeLocation::customInfo(const std::string& key) const {
-    return ensure()->customInfo.get(key, emptyText());
+    return d->customInfo.get(key, emptyText());
 }
 
 bool CodeLocation::isEmpty() const {
-    return ensure()->empty;
+    return d->empty;
 }
 
 void CodeLocation::setFunction(const char* function, Language language) {
-    Private* codeLocation = ensure();
     if (!function) {
         QOR_ASSERT_FAILED("codeLocation->function");
         return;
     }
+    Private* codeLocation = d.write();
     codeLocation->function = reduceFunction(function, language);
     codeLocation->language = language;
     codeLocation->empty = false;
 }
 
 void CodeLocation::setFile(const std::string& file) {
-    ensure()->file = file;
-    d->empty = false;
+    Private* p = d.write();
+    p->file = file;
+    p->empty = false;
 }
 
 void CodeLocation::setLine(int line) {
-    ensure()->line = line;
-    d->empty = false;
+    Private* p = d.write();
+    p->line = line;
+    p->empty = false;
 }
 
 void CodeLocation::setComment(const std::string& comment) {
-    ensure()->comment = comment;
-    d->empty = false;
+    Private* p = d.write();
+    p->comment = comment;
+    p->empty = false;
 }
 
 void CodeLocation::setCustomInfo(const CustomInfo& customInfo) {
-    ensure()->customInfo = customInfo;
-    d->empty = false;
+    Private* p = d.write();
+    p->customInfo = customInfo;
+    p->empty = false;
 }
 
 namespace {
@@ -445,20 +429,21 @@ void CodeLocation::setPosition(const std::string& position) {
         items.pop_front();
         items.front() = drive + items.front();
     }
-    ensure()->file = items.front();
-    d->line = items.size() >= 2 ? lineNumberOf(*std::next(items.begin())) : -1;
-    d->empty = false;
+    Private* p = d.write();
+    p->file = items.front();
+    p->line = items.size() >= 2 ? lineNumberOf(*std::next(items.begin())) : -1;
+    p->empty = false;
 }
 
 String CodeLocation::locationAsString() const {
-    const Private* p = ensure();
+    const Private* p = d.get();
     std::string text = p->file.empty() ? std::string("(unknown)") : p->file;
     if (p->line >= 0) text += ":" + std::to_string(p->line);
     return String(std::move(text));
 }
 
 String CodeLocation::asString() const {
-    const Private* p = ensure();
+    const Private* p = d.get();
     std::string text = locationAsString().str();
     if (!p->function.empty()) text += ": " + p->function + " ";
     if (!p->comment.empty()) text += "(" + p->comment + ")";
@@ -466,8 +451,8 @@ String CodeLocation::asString() const {
 }
 
 bool CodeLocation::operator==(const CodeLocation& other) const {
-    const Private* a = ensure();
-    const Private* b = other.ensure();
+    const Private* a = d.get();
+    const Private* b = other.d.get();
     return a->file == b->file && a->line == b->line && a->comment == b->comment &&
            a->function == b->function && a->language == b->language &&
            a->customInfo == b->customInfo && a->empty == b->empty;

@@ -11,83 +11,63 @@ struct CustomInfo::Private {
     Map values;
 };
 
-CustomInfo::CustomInfo() : d(new Private) {}
+CustomInfo::CustomInfo() = default;
 
-CustomInfo::CustomInfo(const std::string& key, const std::string& value) : d(new Private) {
-    d->values[key] = value;
-}
+CustomInfo::CustomInfo(const std::string& key, const std::string& value)
+    : d(new Private{Map{{key, value}}}) {}
 
 CustomInfo::CustomInfo(const Map& values) : d(new Private{values}) {}
 
-CustomInfo::CustomInfo(const CustomInfo& other) : d(new Private(*other.ensure())) {}
-
-CustomInfo::CustomInfo(CustomInfo&& other) noexcept : d(other.d) {
-    other.d = nullptr;
-}
-
-CustomInfo& CustomInfo::operator=(const CustomInfo& other) {
-    if (this != &other) *ensure() = *other.ensure();
-    return *this;
-}
-
-CustomInfo& CustomInfo::operator=(CustomInfo&& other) noexcept {
-    std::swap(d, other.d);
-    return *this;
-}
-
-CustomInfo::~CustomInfo() {
-    delete d;
-}
-
-CustomInfo::Private* CustomInfo::ensure() const {
-    if (!d) d = new Private;
-    return d;
-}
+CustomInfo::CustomInfo(const CustomInfo& other) = default;
+CustomInfo::CustomInfo(CustomInfo&& other) noexcept = default;
+CustomInfo& CustomInfo::operator=(const CustomInfo& other) = default;
+CustomInfo& CustomInfo::operator=(CustomInfo&& other) noexcept = default;
+CustomInfo::~CustomInfo() = default;
 
 CustomInfo& CustomInfo::operator<<(const Pair& pair) {
     return set(pair.first, pair.second);
 }
 
 CustomInfo& CustomInfo::set(const std::string& key, const std::string& value) {
-    ensure()->values[key] = value;
+    d.write()->values[key] = value;
     return *this;
 }
 
 bool CustomInfo::remove(const std::string& key) {
-    return ensure()->values.erase(key) != 0;
+    return d->values.count(key) != 0 && d.write()->values.erase(key) != 0;
 }
 
 void CustomInfo::clear() {
-    ensure()->values.clear();
+    d.reset();
 }
 
 const std::string& CustomInfo::get(const std::string& key, const std::string& defaultValue) const {
-    const Map& values = ensure()->values;
+    const Map& values = d->values;
     const auto it = values.find(key);
     return it == values.end() ? defaultValue : it->second;
 }
 
 bool CustomInfo::contains(const std::string& key) const {
-    return ensure()->values.count(key) != 0;
+    return d->values.count(key) != 0;
 }
 
 std::size_t CustomInfo::size() const {
-    return ensure()->values.size();
+    return d->values.size();
 }
 
 bool CustomInfo::isEmpty() const {
-    return ensure()->values.empty();
+    return d->values.empty();
 }
 
 const CustomInfo::Map& CustomInfo::values() const {
-    return ensure()->values;
+    return d->values;
 }
 
 StringList CustomInfo::asStringList() const {
     StringList list;
     // Filled through the placeholders of "{0} = {1}" like every other message: a key that
     // itself reads "{1}" is then filled with the value too, exactly as the template says.
-    for (const auto& pair : ensure()->values)
+    for (const auto& pair : d->values)
         list.append(String("{0} = {1}").a(pair.first).a(pair.second).str());
     return list;
 }

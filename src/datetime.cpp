@@ -829,7 +829,9 @@ std::map<String, String> DateTime::availableStringFormatMacros() {
 
 // ---- DateTimeFormat --------------------------------------------------------------------------
 
-struct DateTimeFormat::Private {
+// Immutable once compiled, so copies share it.
+struct DateTimeFormat::Private : SharedPrivate {
+    Private() : compiled(std::string()) {}
     explicit Private(std::string text) : compiled(std::move(text)) {}
     CompiledFormat compiled;
 };
@@ -839,16 +841,9 @@ DateTimeFormat::DateTimeFormat(const char* format)
 
 DateTimeFormat::DateTimeFormat(const std::string& format) : d(new Private(format)) {}
 
-DateTimeFormat::DateTimeFormat(const DateTimeFormat& other) : d(new Private(*other.d)) {}
-
-DateTimeFormat& DateTimeFormat::operator=(const DateTimeFormat& other) {
-    if (this != &other) *d = *other.d;
-    return *this;
-}
-
-DateTimeFormat::~DateTimeFormat() {
-    delete d;
-}
+DateTimeFormat::DateTimeFormat(const DateTimeFormat& other) noexcept = default;
+DateTimeFormat& DateTimeFormat::operator=(const DateTimeFormat& other) noexcept = default;
+DateTimeFormat::~DateTimeFormat() = default;
 
 const std::string& DateTimeFormat::text() const {
     return d->compiled.text;

@@ -16,140 +16,128 @@ struct ErrorInfo::Private {
     bool empty = true;
 };
 
+// A default record is stamped with its time, so it has a block of its own.
 ErrorInfo::ErrorInfo() : d(new Private) {
-    d->dateTime = DateTime::now();
+    d.write()->dateTime = DateTime::now();
 }
 
 ErrorInfo::ErrorInfo(const std::string& text, const DateTime& dateTime) : d(new Private) {
-    d->text = text;
-    d->errorCode = -1;
-    d->dateTime = dateTime;
-    d->empty = false;
+    Private* p = d.write();
+    p->text = text;
+    p->errorCode = -1;
+    p->dateTime = dateTime;
+    p->empty = false;
 }
 
 ErrorInfo::ErrorInfo(const std::string& text, const std::string& hint, const DateTime& dateTime)
     : ErrorInfo(text, dateTime) {
-    d->hint = hint;
+    d.write()->hint = hint;
 }
 
 ErrorInfo::ErrorInfo(const std::string& text, const CodeLocation& codeLocation,
                      const DateTime& dateTime)
     : ErrorInfo(text, dateTime) {
-    d->codeLocation = codeLocation;
+    d.write()->codeLocation = codeLocation;
 }
 
 ErrorInfo::ErrorInfo(const std::string& text, const std::string& hint,
                      const CodeLocation& codeLocation, const DateTime& dateTime)
     : ErrorInfo(text, hint, dateTime) {
-    d->codeLocation = codeLocation;
+    d.write()->codeLocation = codeLocation;
 }
 
 ErrorInfo::ErrorInfo(const ModuleInfo& moduleInfo, const CodeLocation& codeLocation, long errorCode,
                      const std::string& text, const std::string& hint, const CustomInfo& customInfo,
                      const DateTime& dateTime)
     : ErrorInfo(text, hint, codeLocation, dateTime) {
-    d->errorCode = errorCode;
-    d->moduleInfo = moduleInfo;
-    d->customInfo = customInfo;
+    Private* p = d.write();
+    p->errorCode = errorCode;
+    p->moduleInfo = moduleInfo;
+    p->customInfo = customInfo;
 }
 
-ErrorInfo::ErrorInfo(const ErrorInfo& other) : d(new Private(*other.ensure())) {}
-
-ErrorInfo::ErrorInfo(ErrorInfo&& other) noexcept : d(other.d) {
-    other.d = nullptr;
-}
-
-ErrorInfo& ErrorInfo::operator=(const ErrorInfo& other) {
-    if (this != &other) *ensure() = *other.ensure();
-    return *this;
-}
-
-ErrorInfo& ErrorInfo::operator=(ErrorInfo&& other) noexcept {
-    std::swap(d, other.d);
-    return *this;
-}
-
-ErrorInfo::~ErrorInfo() {
-    delete d;
-}
-
-ErrorInfo::Private* ErrorInfo::ensure() const {
-    if (!d) d = new Private;
-    return d;
-}
+ErrorInfo::ErrorInfo(const ErrorInfo& other) = default;
+ErrorInfo::ErrorInfo(ErrorInfo&& other) noexcept = default;
+ErrorInfo& ErrorInfo::operator=(const ErrorInfo& other) = default;
+ErrorInfo& ErrorInfo::operator=(ErrorInfo&& other) noexcept = default;
+ErrorInfo::~ErrorInfo() = default;
 
 const std::string& ErrorInfo::errorText() const {
-    return ensure()->text;
+    return d->text;
 }
 
 const std::string& ErrorInfo::hint() const {
-    return ensure()->hint;
+    return d->hint;
 }
 
 long ErrorInfo::errorCode() const {
-    return ensure()->errorCode;
+    return d->errorCode;
 }
 
 const DateTime& ErrorInfo::dateTime() const {
-    return ensure()->dateTime;
+    return d->dateTime;
 }
 
 const CodeLocation& ErrorInfo::codeLocation() const {
-    return ensure()->codeLocation;
+    return d->codeLocation;
 }
 
 const ModuleInfo& ErrorInfo::moduleInfo() const {
-    return ensure()->moduleInfo;
+    return d->moduleInfo;
 }
 
 const CustomInfo& ErrorInfo::customInfo() const {
-    return ensure()->customInfo;
+    return d->customInfo;
 }
 
 CustomInfo& ErrorInfo::customInfo() {
-    return ensure()->customInfo;
+    return d.write()->customInfo;
 }
 
 bool ErrorInfo::isEmpty() const {
-    return ensure()->empty;
+    return d->empty;
 }
 
 void ErrorInfo::setErrorText(const std::string& text) {
-    ensure()->text = text;
-    d->empty = false;
+    Private* p = d.write();
+    p->text = text;
+    p->empty = false;
 }
 
 void ErrorInfo::setHint(const std::string& hint) {
-    ensure()->hint = hint;
-    d->empty = false;
+    Private* p = d.write();
+    p->hint = hint;
+    p->empty = false;
 }
 
 void ErrorInfo::setErrorCode(long errorCode) {
-    ensure()->errorCode = errorCode;
-    d->empty = false;
+    Private* p = d.write();
+    p->errorCode = errorCode;
+    p->empty = false;
 }
 
 void ErrorInfo::setCodeLocation(const CodeLocation& codeLocation) {
-    ensure()->codeLocation = codeLocation;
-    d->empty = false;
+    Private* p = d.write();
+    p->codeLocation = codeLocation;
+    p->empty = false;
 }
 
 void ErrorInfo::setDateTime(const DateTime& dateTime) {
-    ensure()->dateTime = dateTime;
+    d.write()->dateTime = dateTime;
 }
 
 void ErrorInfo::setModuleInfo(const ModuleInfo& moduleInfo) const {
-    ensure()->moduleInfo = moduleInfo;
+    d.write()->moduleInfo = moduleInfo;
 }
 
 String ErrorInfo::asShortString() const {
-    const Private* p = ensure();
+    const Private* p = d.get();
     return String("[" + p->moduleInfo.asString().str() + "] " + p->text + " (" +
                   std::to_string(p->errorCode) + ") ");
 }
 
 String ErrorInfo::asLongString() const {
-    const Private* p = ensure();
+    const Private* p = d.get();
     std::string text;
     if (!p->moduleInfo.isEmpty()) text += "Module: " + p->moduleInfo.asString().str() + "\n";
     text += "Location: " + p->codeLocation.asString().str() + "\n";

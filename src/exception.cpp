@@ -1,7 +1,8 @@
 #include "qorcommon/exception.h"
 
+#include <atomic>
 #include <memory>
-#include <mutex>
+#include <typeinfo>
 #include <utility>
 
 namespace Orvane {
@@ -13,40 +14,62 @@ const char* const kJoint = "\n-----------\n";
 
 // ---- Exception ------------------------------------------------------------------------------
 
-struct Exception::Private {
+struct Exception::Private : SharedPrivate {
+    // what() must hand out a pointer that lives as long as the exception, and the short form can
+    // only be made once the subclass is complete. Copies share this block but may differ in type
+    // (a copy can slice), so the text is kept per dynamic type, in a list that only grows:
+    // readers never take a lock.
+    struct WhatText {
+        const std::type_info* type;
+        std::string text;
+        WhatText* next;
+    };
+
+    Private() = default;
     explicit Private(std::shared_ptr<const std::exception> cause) : parent(std::move(cause)) {}
+    Private(const Private&) = delete;
+    Private& operator=(const Private&) = delete;
+    ~Private() {
+        for (WhatText* w = whatTexts.load(std::memory_order_acquire); w;) {
+            WhatText* next = w->next;
+            delete w;
+            w = next;
+        }
+    }
+
+    const WhatText* find(const std::type_info& type, const WhatText* from) const {
+        for (const WhatText* w = from; w; w = w->next) {
+            if (*w->type == type) return w;
+        }
+        return nullptr;
+    }
 
     std::shared_ptr<const std::exception> parent;
-    // what() must hand out a pointer that lives as long as the exception; the short form is made
-    // once, on first request, because the subclass is not complete while the base is built.
-    std::once_flag whatOnce;
-    std::string whatText;
+    mutable std::atomic<WhatText*> whatTexts{nullptr};
 };
 
 Exception::Exception(std::exception* parent)
     : d(new Private(std::shared_ptr<const std::exception>(parent))) {}
 
-Exception::Exception(const Exception& other)
-    : std::exception(other), d(new Private(other.d->parent)) {}
-
-Exception& Exception::operator=(const Exception& other) {
-    if (this != &other) {
-        std::exception::operator=(other);
-        Private* fresh = new Private(other.d->parent);
-        delete d;
-        d = fresh;
-    }
-    return *this;
-}
-
-Exception::~Exception() {
-    delete d;
-}
+Exception::Exception(const Exception& other) noexcept = default;
+Exception& Exception::operator=(const Exception& other) noexcept = default;
+Exception::~Exception() = default;
 
 const char* Exception::what() const noexcept {
+    const std::type_info& type = typeid(*this);
+    Private::WhatText* head = d->whatTexts.load(std::memory_order_acquire);
+    if (const Private::WhatText* known = d->find(type, head)) return known->text.c_str();
     try {
-        std::call_once(d->whatOnce, [this] { d->whatText = shortString().str(); });
-        return d->whatText.c_str();
+        auto* made = new Private::WhatText{&type, shortString().str(), head};
+        while (!d->whatTexts.compare_exchange_weak(made->next, made, std::memory_order_acq_rel,
+                                                   std::memory_order_acquire)) {
+            // Another thread added a text meanwhile; it may be this type's.
+            if (const Private::WhatText* known = d->find(type, made->next)) {
+                delete made;
+                return known->text.c_str();
+            }
+        }
+        return made->text.c_str();
     } catch (...) {
         return "Orvane::Core::Exception";
     }
@@ -75,34 +98,26 @@ const std::exception* Exception::parent() const {
 
 // ---- GeneralException -----------------------------------------------------------------------
 
-struct GeneralException::Private {
+struct GeneralException::Private : SharedPrivate {
+    Private() = default;
+    Private(std::string m, const CodeLocation& l) : message(std::move(m)), codeLocation(l) {}
+
     std::string message;
     CodeLocation codeLocation;
 };
 
-GeneralException::GeneralException(std::exception* parent) : Exception(parent), d(new Private) {}
+GeneralException::GeneralException(std::exception* parent) : Exception(parent) {}
 
 GeneralException::GeneralException(const CodeLocation& codeLocation, std::exception* parent)
-    : Exception(parent), d(new Private{std::string(), codeLocation}) {}
+    : Exception(parent), d(new Private(std::string(), codeLocation)) {}
 
 GeneralException::GeneralException(const std::string& message, const CodeLocation& codeLocation,
                                    std::exception* parent)
-    : Exception(parent), d(new Private{message, codeLocation}) {}
+    : Exception(parent), d(new Private(message, codeLocation)) {}
 
-GeneralException::GeneralException(const GeneralException& other)
-    : Exception(other), d(new Private(*other.d)) {}
-
-GeneralException& GeneralException::operator=(const GeneralException& other) {
-    if (this != &other) {
-        Exception::operator=(other);
-        *d = *other.d;
-    }
-    return *this;
-}
-
-GeneralException::~GeneralException() {
-    delete d;
-}
+GeneralException::GeneralException(const GeneralException& other) noexcept = default;
+GeneralException& GeneralException::operator=(const GeneralException& other) noexcept = default;
+GeneralException::~GeneralException() = default;
 
 const std::string& GeneralException::message() const {
     return d->message;
@@ -127,27 +142,20 @@ String GeneralException::longString() const {
 
 // ---- OperationException ---------------------------------------------------------------------
 
-struct OperationException::Private {
+struct OperationException::Private : SharedPrivate {
+    Private() = default;
+    explicit Private(const ErrorInfo& e) : errorInfo(e) {}
+
     ErrorInfo errorInfo;
 };
 
 OperationException::OperationException(const ErrorInfo& errorInfo, std::exception* parent)
-    : Exception(parent), d(new Private{errorInfo}) {}
+    : Exception(parent), d(new Private(errorInfo)) {}
 
-OperationException::OperationException(const OperationException& other)
-    : Exception(other), d(new Private(*other.d)) {}
-
-OperationException& OperationException::operator=(const OperationException& other) {
-    if (this != &other) {
-        Exception::operator=(other);
-        *d = *other.d;
-    }
-    return *this;
-}
-
-OperationException::~OperationException() {
-    delete d;
-}
+OperationException::OperationException(const OperationException& other) noexcept = default;
+OperationException&
+OperationException::operator=(const OperationException& other) noexcept = default;
+OperationException::~OperationException() = default;
 
 const ErrorInfo& OperationException::errorInfo() const {
     return d->errorInfo;

@@ -88,19 +88,11 @@ struct ExtendedField::Private {
     std::string comment;
 };
 
-ExtendedField::ExtendedField() : d(new Private) {}
+ExtendedField::ExtendedField() = default;
 
-ExtendedField::ExtendedField(const ExtendedField& other)
-    : GCObject(other), d(new Private(*other.d)) {}
-
-ExtendedField& ExtendedField::operator=(const ExtendedField& other) {
-    if (this != &other) *d = *other.d;
-    return *this;
-}
-
-ExtendedField::~ExtendedField() {
-    delete d;
-}
+ExtendedField::ExtendedField(const ExtendedField& other) = default;
+ExtendedField& ExtendedField::operator=(const ExtendedField& other) = default;
+ExtendedField::~ExtendedField() = default;
 
 const char* ExtendedField::typeName() const {
     return "Orvane::Core::ExtendedField";
@@ -111,7 +103,7 @@ bool ExtendedField::isModified() const {
 }
 
 void ExtendedField::setModified(bool modified) {
-    d->modified = modified;
+    d.write()->modified = modified;
 }
 
 const DateTime& ExtendedField::updated() const {
@@ -119,7 +111,7 @@ const DateTime& ExtendedField::updated() const {
 }
 
 void ExtendedField::setUpdated(const DateTime& updated) {
-    d->updated = updated;
+    d.write()->updated = updated;
 }
 
 const std::string& ExtendedField::comment() const {
@@ -127,17 +119,18 @@ const std::string& ExtendedField::comment() const {
 }
 
 void ExtendedField::setComment(const std::string& comment) {
-    d->comment = comment;
+    d.write()->comment = comment;
 }
 
 void ExtendedField::touch() {
-    d->modified = true;
-    d->updated = DateTime::now();
+    Private* p = d.write();
+    p->modified = true;
+    p->updated = DateTime::now();
 }
 
 bool ExtendedField::prepare(std::string& text) {
     if (!hasTimeStamp(text)) return false;
-    d->updated = readTimeStamp(text);
+    d.write()->updated = readTimeStamp(text);
     text.erase(0, kTimeStampLength + 1);
     return true;
 }
@@ -246,20 +239,10 @@ struct EmbeddedExtendedField::Private {
 
 EmbeddedExtendedField::EmbeddedExtendedField(const std::string& prefix) : d(new Private{prefix}) {}
 
-EmbeddedExtendedField::EmbeddedExtendedField(const EmbeddedExtendedField& other)
-    : SimpleExtendedField(other), d(new Private(*other.d)) {}
-
-EmbeddedExtendedField& EmbeddedExtendedField::operator=(const EmbeddedExtendedField& other) {
-    if (this != &other) {
-        SimpleExtendedField::operator=(other);
-        *d = *other.d;
-    }
-    return *this;
-}
-
-EmbeddedExtendedField::~EmbeddedExtendedField() {
-    delete d;
-}
+EmbeddedExtendedField::EmbeddedExtendedField(const EmbeddedExtendedField& other) = default;
+EmbeddedExtendedField&
+EmbeddedExtendedField::operator=(const EmbeddedExtendedField& other) = default;
+EmbeddedExtendedField::~EmbeddedExtendedField() = default;
 
 const char* EmbeddedExtendedField::typeName() const {
     return "Orvane::Core::EmbeddedExtendedField";
@@ -296,20 +279,9 @@ struct StringExtendedField::Private {
 StringExtendedField::StringExtendedField(const std::string& prefix, const std::string& value)
     : EmbeddedExtendedField(prefix), d(new Private{value}) {}
 
-StringExtendedField::StringExtendedField(const StringExtendedField& other)
-    : EmbeddedExtendedField(other), d(new Private(*other.d)) {}
-
-StringExtendedField& StringExtendedField::operator=(const StringExtendedField& other) {
-    if (this != &other) {
-        EmbeddedExtendedField::operator=(other);
-        *d = *other.d;
-    }
-    return *this;
-}
-
-StringExtendedField::~StringExtendedField() {
-    delete d;
-}
+StringExtendedField::StringExtendedField(const StringExtendedField& other) = default;
+StringExtendedField& StringExtendedField::operator=(const StringExtendedField& other) = default;
+StringExtendedField::~StringExtendedField() = default;
 
 const char* StringExtendedField::typeName() const {
     return "Orvane::Core::StringExtendedField";
@@ -324,7 +296,7 @@ GC<SimpleExtendedField> StringExtendedField::createObject(const std::string& com
 }
 
 bool StringExtendedField::setStringValue(const std::string& text) {
-    d->value = text;
+    d.write()->value = text;
     return true;
 }
 
@@ -341,20 +313,9 @@ struct LongExtendedField::Private {
 LongExtendedField::LongExtendedField(const std::string& prefix, std::int32_t value)
     : EmbeddedExtendedField(prefix), d(new Private{value}) {}
 
-LongExtendedField::LongExtendedField(const LongExtendedField& other)
-    : EmbeddedExtendedField(other), d(new Private(*other.d)) {}
-
-LongExtendedField& LongExtendedField::operator=(const LongExtendedField& other) {
-    if (this != &other) {
-        EmbeddedExtendedField::operator=(other);
-        *d = *other.d;
-    }
-    return *this;
-}
-
-LongExtendedField::~LongExtendedField() {
-    delete d;
-}
+LongExtendedField::LongExtendedField(const LongExtendedField& other) = default;
+LongExtendedField& LongExtendedField::operator=(const LongExtendedField& other) = default;
+LongExtendedField::~LongExtendedField() = default;
 
 const char* LongExtendedField::typeName() const {
     return "Orvane::Core::LongExtendedField";
@@ -365,7 +326,7 @@ std::int32_t LongExtendedField::value() const {
 }
 
 void LongExtendedField::setValue(std::int32_t value) {
-    d->value = value;
+    d.write()->value = value;
     touch();
 }
 
@@ -374,7 +335,7 @@ GC<SimpleExtendedField> LongExtendedField::createObject(const std::string& compl
 }
 
 bool LongExtendedField::setStringValue(const std::string& text) {
-    d->value = toInt32(text);
+    d.write()->value = toInt32(text);
     return true;
 }
 
@@ -391,20 +352,9 @@ struct FlagExtendedField::Private {
 FlagExtendedField::FlagExtendedField(const std::string& prefix, bool value)
     : EmbeddedExtendedField(prefix), d(new Private{value}) {}
 
-FlagExtendedField::FlagExtendedField(const FlagExtendedField& other)
-    : EmbeddedExtendedField(other), d(new Private(*other.d)) {}
-
-FlagExtendedField& FlagExtendedField::operator=(const FlagExtendedField& other) {
-    if (this != &other) {
-        EmbeddedExtendedField::operator=(other);
-        *d = *other.d;
-    }
-    return *this;
-}
-
-FlagExtendedField::~FlagExtendedField() {
-    delete d;
-}
+FlagExtendedField::FlagExtendedField(const FlagExtendedField& other) = default;
+FlagExtendedField& FlagExtendedField::operator=(const FlagExtendedField& other) = default;
+FlagExtendedField::~FlagExtendedField() = default;
 
 const char* FlagExtendedField::typeName() const {
     return "Orvane::Core::FlagExtendedField";
@@ -415,7 +365,7 @@ bool FlagExtendedField::value() const {
 }
 
 void FlagExtendedField::setValue(bool value) {
-    d->value = value;
+    d.write()->value = value;
     touch();
 }
 
@@ -425,7 +375,7 @@ GC<SimpleExtendedField> FlagExtendedField::createObject(const std::string& compl
 
 bool FlagExtendedField::setStringValue(const std::string& text) {
     if (text != "1" && text != "0") return false;
-    d->value = text == "1";
+    d.write()->value = text == "1";
     return true;
 }
 
@@ -451,20 +401,9 @@ Flag64ExtendedField::Flag64ExtendedField(const std::string& prefix,
                                          const std::vector<FlagState>& values)
     : EmbeddedExtendedField(prefix), d(new Private{values}) {}
 
-Flag64ExtendedField::Flag64ExtendedField(const Flag64ExtendedField& other)
-    : EmbeddedExtendedField(other), d(new Private(*other.d)) {}
-
-Flag64ExtendedField& Flag64ExtendedField::operator=(const Flag64ExtendedField& other) {
-    if (this != &other) {
-        EmbeddedExtendedField::operator=(other);
-        *d = *other.d;
-    }
-    return *this;
-}
-
-Flag64ExtendedField::~Flag64ExtendedField() {
-    delete d;
-}
+Flag64ExtendedField::Flag64ExtendedField(const Flag64ExtendedField& other) = default;
+Flag64ExtendedField& Flag64ExtendedField::operator=(const Flag64ExtendedField& other) = default;
+Flag64ExtendedField::~Flag64ExtendedField() = default;
 
 const char* Flag64ExtendedField::typeName() const {
     return "Orvane::Core::Flag64ExtendedField";
@@ -475,7 +414,7 @@ std::size_t Flag64ExtendedField::count() const {
 }
 
 Flag64ExtendedField::FlagState Flag64ExtendedField::value(std::size_t idx) const {
-    const Private* priv = d;
+    const Private* priv = d.get();
     if (!QOR_CHECK(idx < priv->value.size())) return Unknown;
     return priv->value[idx];
 }
@@ -485,7 +424,7 @@ const std::vector<Flag64ExtendedField::FlagState>& Flag64ExtendedField::value() 
 }
 
 bool Flag64ExtendedField::setValue(std::size_t idx, FlagState state) {
-    Private* priv = d;
+    Private* priv = d.write();
     if (!QOR_CHECK(idx < priv->value.size())) return false;
     priv->value[idx] = state;
     touch();
@@ -493,7 +432,7 @@ bool Flag64ExtendedField::setValue(std::size_t idx, FlagState state) {
 }
 
 void Flag64ExtendedField::setValue(const std::vector<FlagState>& values) {
-    d->value = values;
+    d.write()->value = values;
     touch();
 }
 
@@ -503,10 +442,11 @@ GC<SimpleExtendedField> Flag64ExtendedField::createObject(const std::string& com
 
 bool Flag64ExtendedField::setStringValue(const std::string& text) {
     const std::string reversed(text.rbegin(), text.rend());
-    const std::size_t n = std::min(reversed.size(), d->value.size());
+    Private* p = d.write();
+    const std::size_t n = std::min(reversed.size(), p->value.size());
     for (std::size_t i = 0; i < n; ++i) {
         const char c = reversed[i];
-        d->value[i] = c == '0' ? Off : c == '1' ? On : Unknown;
+        p->value[i] = c == '0' ? Off : c == '1' ? On : Unknown;
     }
     return true;
 }
@@ -541,20 +481,10 @@ struct DateTimeExtendedField::Private {
 DateTimeExtendedField::DateTimeExtendedField(const std::string& prefix, const DateTime& value)
     : EmbeddedExtendedField(prefix), d(new Private{value}) {}
 
-DateTimeExtendedField::DateTimeExtendedField(const DateTimeExtendedField& other)
-    : EmbeddedExtendedField(other), d(new Private(*other.d)) {}
-
-DateTimeExtendedField& DateTimeExtendedField::operator=(const DateTimeExtendedField& other) {
-    if (this != &other) {
-        EmbeddedExtendedField::operator=(other);
-        *d = *other.d;
-    }
-    return *this;
-}
-
-DateTimeExtendedField::~DateTimeExtendedField() {
-    delete d;
-}
+DateTimeExtendedField::DateTimeExtendedField(const DateTimeExtendedField& other) = default;
+DateTimeExtendedField&
+DateTimeExtendedField::operator=(const DateTimeExtendedField& other) = default;
+DateTimeExtendedField::~DateTimeExtendedField() = default;
 
 const char* DateTimeExtendedField::typeName() const {
     return "Orvane::Core::DateTimeExtendedField";
@@ -565,7 +495,7 @@ const DateTime& DateTimeExtendedField::value() const {
 }
 
 void DateTimeExtendedField::setValue(const DateTime& value) {
-    d->value = value;
+    d.write()->value = value;
     touch();
 }
 
@@ -576,9 +506,9 @@ GC<SimpleExtendedField> DateTimeExtendedField::createObject(const std::string& c
 bool DateTimeExtendedField::setStringValue(const std::string& text) {
     if (text.size() < kTimeStampLength) return false;
     if (text.compare(0, kTimeStampLength, std::string(kTimeStampLength, '0')) == 0) {
-        d->value.clear();
+        d.write()->value.clear();
     } else {
-        d->value = readTimeStamp(text);
+        d.write()->value = readTimeStamp(text);
     }
     return true;
 }

@@ -1,70 +1,30 @@
 // Log entries: one immutable record shared by all copies of an entry.
 #include "qorcommon/logentry.h"
 
-#include <atomic>
 #include <utility>
 
 namespace Orvane {
 namespace Core {
 
-struct LogEntry::Private {
-    std::atomic<long> uses{1};
+// The shared empty block is the record of every null entry: default-constructed and moved-from
+// entries point at it without allocating or touching a shared counter.
+struct LogEntry::Private : SharedPrivate {
     Context context = General;
     std::string text;
     std::string customContext;
-    // Most entries carry no location, and an empty CodeLocation costs two allocations: an entry
-    // without one points at the shared empty location instead.
-    const CodeLocation* location = nullptr;
-    long status = 0;
-    bool null = false;
+    // An empty location allocates nothing, so entries without one cost no more for holding it.
+    CodeLocation location;
+    long status = -1;
+    bool null = true;
 
     Private() = default;
-    Private(Context c, std::string t, long s) : context(c), text(std::move(t)), status(s) {}
-    ~Private() {
-        if (location != &emptyLocation()) delete location;
+    Private(Context c, std::string t, long s, std::string custom = std::string())
+        : context(c), text(std::move(t)), customContext(std::move(custom)), status(s), null(false) {
     }
-    Private(const Private&) = delete;
-    Private& operator=(const Private&) = delete;
-
-    static const CodeLocation& emptyLocation() {
-        static const CodeLocation* const empty = new CodeLocation();
-        return *empty;
-    }
-
-    // The record of every null entry. Never counted and never freed: default-constructed and
-    // moved-from entries share it without touching a shared counter.
-    static Private* nullRecord() {
-        static Private* const record = [] {
-            auto* r = new Private;
-            r->status = -1;
-            r->null = true;
-            r->location = &emptyLocation();
-            return r;
-        }();
-        return record;
-    }
-
-    static void retain(Private* record) {
-        if (record != nullRecord()) record->uses.fetch_add(1, std::memory_order_relaxed);
-    }
-
-    static void release(Private* record) {
-        if (record == nullRecord()) return;
-        if (record->uses.fetch_sub(1, std::memory_order_acq_rel) == 1) delete record;
-    }
-
-    static Private* make(Context context, std::string text, long status) {
-        auto* record = new Private(context, std::move(text), status);
-        record->location = &emptyLocation();
-        return record;
-    }
-
-    static Private* make(Context context, std::string text, long status,
-                         const CodeLocation& where) {
-        auto* record = new Private(context, std::move(text), status);
-        record->location = new CodeLocation(where);
-        return record;
-    }
+    Private(Context c, std::string t, long s, const CodeLocation& where,
+            std::string custom = std::string())
+        : context(c), text(std::move(t)), customContext(std::move(custom)), location(where),
+          status(s), null(false) {}
 };
 
 namespace {
@@ -89,57 +49,33 @@ std::string typedVariable(const std::string& name, const std::string& value,
 
 LogEntry::LogEntry(Private* record) : d(record) {}
 
-LogEntry::LogEntry() : d(Private::nullRecord()) {}
+LogEntry::LogEntry() = default;
 
-LogEntry::LogEntry(Context context, long status)
-    : d(Private::make(context, std::string(), status)) {}
+LogEntry::LogEntry(Context context, long status) : d(new Private(context, std::string(), status)) {}
 
 LogEntry::LogEntry(Context context, long status, const CodeLocation& location)
-    : d(Private::make(context, std::string(), status, location)) {}
+    : d(new Private(context, std::string(), status, location)) {}
 
 LogEntry::LogEntry(Context context, const std::string& text, long status)
-    : d(Private::make(context, text, status)) {}
+    : d(new Private(context, text, status)) {}
 
 LogEntry::LogEntry(Context context, const std::string& text, long status,
                    const std::string& customContext)
-    : d(Private::make(context, text, status)) {
-    d->customContext = customContext;
-}
+    : d(new Private(context, text, status, customContext)) {}
 
 LogEntry::LogEntry(Context context, const std::string& text, long status,
                    const CodeLocation& location)
-    : d(Private::make(context, text, status, location)) {}
+    : d(new Private(context, text, status, location)) {}
 
 LogEntry::LogEntry(Context context, const std::string& text, long status,
                    const CodeLocation& location, const std::string& customContext)
-    : d(Private::make(context, text, status, location)) {
-    d->customContext = customContext;
-}
+    : d(new Private(context, text, status, location, customContext)) {}
 
-LogEntry::LogEntry(const LogEntry& other) noexcept : d(other.d) {
-    Private::retain(d);
-}
-
-LogEntry::LogEntry(LogEntry&& other) noexcept : d(other.d) {
-    other.d = Private::nullRecord();
-}
-
-LogEntry& LogEntry::operator=(const LogEntry& other) noexcept {
-    // Taking the new record before dropping the old one keeps self-assignment safe.
-    Private::retain(other.d);
-    Private::release(d);
-    d = other.d;
-    return *this;
-}
-
-LogEntry& LogEntry::operator=(LogEntry&& other) noexcept {
-    std::swap(d, other.d);
-    return *this;
-}
-
-LogEntry::~LogEntry() {
-    Private::release(d);
-}
+LogEntry::LogEntry(const LogEntry& other) noexcept = default;
+LogEntry::LogEntry(LogEntry&& other) noexcept = default;
+LogEntry& LogEntry::operator=(const LogEntry& other) noexcept = default;
+LogEntry& LogEntry::operator=(LogEntry&& other) noexcept = default;
+LogEntry::~LogEntry() = default;
 
 LogEntry::Context LogEntry::context() const {
     return d->context;
@@ -154,7 +90,7 @@ const std::string& LogEntry::customContext() const {
 }
 
 const CodeLocation& LogEntry::location() const {
-    return *d->location;
+    return d->location;
 }
 
 long LogEntry::statusCode() const {
@@ -239,22 +175,22 @@ LogEntry LogEntry::fromCustomContext(const std::string& customContext, const std
 }
 
 LogEntry LogEntry::fromVariable_str(const std::string& name, const std::string& value) {
-    return LogEntry(Private::make(General, quotedVariable(name, value), 0));
+    return LogEntry(new Private(General, quotedVariable(name, value), 0));
 }
 
 LogEntry LogEntry::fromVariable_str(const std::string& name, const std::string& value,
                                     const std::string& type) {
-    return LogEntry(Private::make(General, typedVariable(name, value, type), 0));
+    return LogEntry(new Private(General, typedVariable(name, value, type), 0));
 }
 
 LogEntry LogEntry::fromVariable_str(const std::string& name, const std::string& value,
                                     const CodeLocation& location) {
-    return LogEntry(Private::make(General, quotedVariable(name, value), 0, location));
+    return LogEntry(new Private(General, quotedVariable(name, value), 0, location));
 }
 
 LogEntry LogEntry::fromVariable_str(const std::string& name, const std::string& value,
                                     const std::string& type, const CodeLocation& location) {
-    return LogEntry(Private::make(General, typedVariable(name, value, type), 0, location));
+    return LogEntry(new Private(General, typedVariable(name, value, type), 0, location));
 }
 
 } // namespace Core

@@ -196,20 +196,18 @@ LogElement::LogElement(Logger::Priority prio, const LogEntry& entry, const DateT
                        const GC<LogElement>& parent)
     : d(new Private{prio, entry, timestamp, parent, {}}) {}
 
-LogElement::LogElement(const LogElement& other) : GCObject(other), d(new Private(*other.d)) {}
-
-LogElement::~LogElement() {
-    delete d;
-}
+LogElement::LogElement(const LogElement& other) = default;
+LogElement::~LogElement() = default;
 
 const char* LogElement::typeName() const {
     return "Orvane::Core::LogElement";
 }
 
 void LogElement::init(Logger::Priority prio, const LogEntry& entry, const DateTime& timestamp) {
-    d->prio = prio;
-    d->entry = entry;
-    d->timestamp = timestamp;
+    Private* p = d.write();
+    p->prio = prio;
+    p->entry = entry;
+    p->timestamp = timestamp;
 }
 
 Logger::Priority LogElement::prio() const {
@@ -229,7 +227,7 @@ const GC<LogElement>& LogElement::parent() const {
 }
 
 std::list<GC<LogElement>>& LogElement::subElements() {
-    return d->subElements;
+    return d.write()->subElements;
 }
 
 const std::list<GC<LogElement>>& LogElement::subElements() const {

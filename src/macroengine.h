@@ -165,7 +165,10 @@ struct MacroReplacerHelper::Private {
     }
 };
 
-struct MacroTemplate::Private {
+// The empty template is the shared empty block (no parsed form).
+struct MacroTemplate::Private : SharedPrivate {
+    Private() = default;
+    explicit Private(Internal::TemplatePtr parsed) : tmpl(std::move(parsed)) {}
     Internal::TemplatePtr tmpl;
 };
 

@@ -228,31 +228,16 @@ bool SimpleMacroReplacerHelper::getCustomValue(const std::string& name, const St
 
 // ---- MacroTemplate -----------------------------------------------------------------------------
 
-MacroTemplate::MacroTemplate() : d(new Private) {}
+MacroTemplate::MacroTemplate() = default;
 
-MacroTemplate::MacroTemplate(const std::string& text) : d(new Private) {
-    d->tmpl = Internal::parseTemplate(text, 1);
-}
+MacroTemplate::MacroTemplate(const std::string& text)
+    : d(new Private(Internal::parseTemplate(text, 1))) {}
 
-MacroTemplate::MacroTemplate(const MacroTemplate& other) : d(new Private(*other.d)) {}
-
-MacroTemplate::MacroTemplate(MacroTemplate&& other) noexcept : d(new Private) {
-    std::swap(d->tmpl, other.d->tmpl);
-}
-
-MacroTemplate& MacroTemplate::operator=(const MacroTemplate& other) {
-    d->tmpl = other.d->tmpl;
-    return *this;
-}
-
-MacroTemplate& MacroTemplate::operator=(MacroTemplate&& other) noexcept {
-    std::swap(d->tmpl, other.d->tmpl);
-    return *this;
-}
-
-MacroTemplate::~MacroTemplate() {
-    delete d;
-}
+MacroTemplate::MacroTemplate(const MacroTemplate& other) noexcept = default;
+MacroTemplate::MacroTemplate(MacroTemplate&& other) noexcept = default;
+MacroTemplate& MacroTemplate::operator=(const MacroTemplate& other) noexcept = default;
+MacroTemplate& MacroTemplate::operator=(MacroTemplate&& other) noexcept = default;
+MacroTemplate::~MacroTemplate() = default;
 
 const std::string& MacroTemplate::text() const {
     static const std::string* empty = new std::string;

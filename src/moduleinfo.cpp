@@ -22,75 +22,59 @@ struct ModuleInfo::Private {
     }
 };
 
-ModuleInfo::ModuleInfo() : d(new Private) {}
+ModuleInfo::ModuleInfo() = default;
 
 ModuleInfo::ModuleInfo(const std::string& name, const std::string& type, const Version& version)
     : d(new Private{name, type, version, 0, false}) {
-    d->deriveId();
+    d.write()->deriveId();
 }
 
 ModuleInfo::ModuleInfo(const std::string& name, const std::string& type, const Version& version,
                        std::uint64_t uniqueId)
     : d(new Private{name, type, version, uniqueId, true}) {}
 
-ModuleInfo::ModuleInfo(const ModuleInfo& other) : d(new Private(*other.ensure())) {}
-
-ModuleInfo::ModuleInfo(ModuleInfo&& other) noexcept : d(other.d) {
-    other.d = nullptr;
-}
-
-ModuleInfo& ModuleInfo::operator=(const ModuleInfo& other) {
-    if (this != &other) *ensure() = *other.ensure();
-    return *this;
-}
-
-ModuleInfo& ModuleInfo::operator=(ModuleInfo&& other) noexcept {
-    std::swap(d, other.d);
-    return *this;
-}
-
-ModuleInfo::~ModuleInfo() {
-    delete d;
-}
-
-ModuleInfo::Private* ModuleInfo::ensure() const {
-    if (!d) d = new Private;
-    return d;
-}
+ModuleInfo::ModuleInfo(const ModuleInfo& other) = default;
+ModuleInfo::ModuleInfo(ModuleInfo&& other) noexcept = default;
+ModuleInfo& ModuleInfo::operator=(const ModuleInfo& other) = default;
+ModuleInfo& ModuleInfo::operator=(ModuleInfo&& other) noexcept = default;
+ModuleInfo::~ModuleInfo() = default;
 
 const std::string& ModuleInfo::name() const {
-    return ensure()->name;
+    return d->name;
 }
 
 const std::string& ModuleInfo::type() const {
-    return ensure()->type;
+    return d->type;
 }
 
 const Version& ModuleInfo::version() const {
-    return ensure()->version;
+    return d->version;
 }
 
 std::uint64_t ModuleInfo::uniqueId() const {
-    return ensure()->uniqueId;
+    return d->uniqueId;
 }
 
 void ModuleInfo::setName(const std::string& name) {
-    ensure()->name = name;
-    d->deriveId();
+    Private* p = d.write();
+    p->name = name;
+    p->deriveId();
 }
 
 void ModuleInfo::setType(const std::string& type) {
-    ensure()->type = type;
-    d->deriveId();
+    Private* p = d.write();
+    p->type = type;
+    p->deriveId();
 }
 
 void ModuleInfo::setVersion(const Version& version) {
-    ensure()->version = version;
+    d.write()->version = version;
 }
 
 void ModuleInfo::setUniqueId(std::uint64_t uniqueId) {
-    ensure()->uniqueId = uniqueId;
-    d->explicitId = true;
+    Private* p = d.write();
+    p->uniqueId = uniqueId;
+    p->explicitId = true;
 }
 
 std::uint64_t ModuleInfo::makeUniqueId(const std::string& name, const std::string& type) {
@@ -128,7 +112,7 @@ struct NameInfo::Private {
     CustomInfo customInfo;
 };
 
-NameInfo::NameInfo() : d(new Private) {}
+NameInfo::NameInfo() = default;
 
 NameInfo::NameInfo(const std::string& name, const std::string& description)
     : d(new Private{name, description, CustomInfo()}) {}
@@ -137,58 +121,38 @@ NameInfo::NameInfo(const std::string& name, const std::string& description,
                    const CustomInfo& customInfo)
     : d(new Private{name, description, customInfo}) {}
 
-NameInfo::NameInfo(const NameInfo& other) : d(new Private(*other.ensure())) {}
-
-NameInfo::NameInfo(NameInfo&& other) noexcept : d(other.d) {
-    other.d = nullptr;
-}
-
-NameInfo& NameInfo::operator=(const NameInfo& other) {
-    if (this != &other) *ensure() = *other.ensure();
-    return *this;
-}
-
-NameInfo& NameInfo::operator=(NameInfo&& other) noexcept {
-    std::swap(d, other.d);
-    return *this;
-}
-
-NameInfo::~NameInfo() {
-    delete d;
-}
-
-NameInfo::Private* NameInfo::ensure() const {
-    // A moved-from record gets a fresh empty block on its next use.
-    if (!d) d = new Private;
-    return d;
-}
+NameInfo::NameInfo(const NameInfo& other) = default;
+NameInfo::NameInfo(NameInfo&& other) noexcept = default;
+NameInfo& NameInfo::operator=(const NameInfo& other) = default;
+NameInfo& NameInfo::operator=(NameInfo&& other) noexcept = default;
+NameInfo::~NameInfo() = default;
 
 const std::string& NameInfo::name() const {
-    return ensure()->name;
+    return d->name;
 }
 
 const std::string& NameInfo::description() const {
-    return ensure()->description;
+    return d->description;
 }
 
 const CustomInfo& NameInfo::customInfo() const {
-    return ensure()->customInfo;
+    return d->customInfo;
 }
 
 CustomInfo& NameInfo::customInfo() {
-    return ensure()->customInfo;
+    return d.write()->customInfo;
 }
 
 void NameInfo::setName(const std::string& name) {
-    ensure()->name = name;
+    d.write()->name = name;
 }
 
 void NameInfo::setDescription(const std::string& description) {
-    ensure()->description = description;
+    d.write()->description = description;
 }
 
 void NameInfo::setCustomInfo(const CustomInfo& customInfo) {
-    ensure()->customInfo = customInfo;
+    d.write()->customInfo = customInfo;
 }
 
 bool NameInfo::isEmpty() const {

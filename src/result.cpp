@@ -29,43 +29,26 @@ struct Result::Private {
     bool ok = true;
 };
 
+// The record inside is stamped with the time of construction, so even a plain result has a
+// block of its own; only a moved-from result shares the empty one.
 Result::Result(bool ok) : d(new Private) {
-    d->ok = ok;
+    d.write()->ok = ok;
 }
 
 Result::Result(const ErrorInfo& errorInfo, bool ok) : d(new Private{errorInfo, ok}) {}
 
-Result::Result(const Result& other) : d(new Private(*other.ensure())) {}
-
-Result::Result(Result&& other) noexcept : d(other.d) {
-    other.d = nullptr;
-}
-
-Result& Result::operator=(const Result& other) {
-    if (this != &other) *ensure() = *other.ensure();
-    return *this;
-}
-
-Result& Result::operator=(Result&& other) noexcept {
-    std::swap(d, other.d);
-    return *this;
-}
-
-Result::~Result() {
-    delete d;
-}
-
-Result::Private* Result::ensure() const {
-    if (!d) d = new Private;
-    return d;
-}
+Result::Result(const Result& other) = default;
+Result::Result(Result&& other) noexcept = default;
+Result& Result::operator=(const Result& other) = default;
+Result& Result::operator=(Result&& other) noexcept = default;
+Result::~Result() = default;
 
 bool Result::isOk() const {
-    return ensure()->ok;
+    return d->ok;
 }
 
 const ErrorInfo& Result::errorInfo() const {
-    return ensure()->errorInfo;
+    return d->errorInfo;
 }
 
 void Result::showError(const CodeLocation& location, int x, int y) const {

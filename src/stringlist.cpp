@@ -21,7 +21,7 @@ const std::string& sharedEmptyString() {
 }
 } // namespace
 
-StringList::StringList(Object* parent) : StorageObject(parent), d(new Private) {}
+StringList::StringList(Object* parent) : StorageObject(parent) {}
 
 StringList::StringList(const std::string& first, Object* parent)
     : StorageObject(parent), d(new Private{{first}}) {}
@@ -37,40 +37,40 @@ StringList::StringList(const std::vector<std::string>& items, Object* parent)
 
 StringList::StringList(const char* const* array, long count, Object* parent)
     : StorageObject(parent), d(new Private) {
+    std::list<std::string>& items = d.write()->items;
     for (long i = 0; array && i < count; ++i)
-        d->items.emplace_back(array[i] ? array[i] : "");
+        items.emplace_back(array[i] ? array[i] : "");
 }
 
 StringList::StringList(const char* const* array, Object* parent)
     : StorageObject(parent), d(new Private) {
+    std::list<std::string>& items = d.write()->items;
     for (; array && *array; ++array)
-        d->items.emplace_back(*array);
+        items.emplace_back(*array);
 }
 
-StringList::StringList(const StringList& other) : StorageObject(other), d(new Private(*other.d)) {}
+// The object part (parent, children) belongs to the object and is not taken over by a copy or
+// a move, so the members are spelled out.
+StringList::StringList(const StringList& other) : StorageObject(other), d(other.d) {}
 
-StringList::StringList(StringList&& other) noexcept : StorageObject(other), d(new Private) {
-    d->items.swap(other.d->items);
-}
+StringList::StringList(StringList&& other) noexcept : StorageObject(other), d(std::move(other.d)) {}
 
-StringList::~StringList() {
-    delete d;
-}
+StringList::~StringList() = default;
 
 StringList& StringList::operator=(const StringList& other) {
-    if (this != &other) d->items = other.d->items;
+    d = other.d;
     return *this;
 }
 
 StringList& StringList::operator=(StringList&& other) noexcept {
-    if (this != &other) d->items.swap(other.d->items);
+    d = std::move(other.d);
     return *this;
 }
 
 StringList StringList::split(const std::string& text, const std::string& separator,
                              bool skipEmpty) {
     StringList result;
-    std::list<std::string>& items = result.d->items;
+    std::list<std::string>& items = result.d.write()->items;
     if (!QOR_CHECK(!separator.empty())) {
         items.push_back(text);
         return result;
@@ -118,7 +118,7 @@ const std::string& StringList::operator[](std::size_t idx) const {
 
 bool StringList::set(std::size_t idx, const std::string& text) {
     if (!QOR_CHECK(idx < size())) return false;
-    *std::next(d->items.begin(), static_cast<std::ptrdiff_t>(idx)) = text;
+    *std::next(d.write()->items.begin(), static_cast<std::ptrdiff_t>(idx)) = text;
     return true;
 }
 
@@ -137,14 +137,14 @@ std::vector<const char*> StringList::asStrings() const {
 StringList StringList::toCoreEncoding(String::Encoding from) const {
     StringList out;
     for (const std::string& item : d->items)
-        out.d->items.push_back(String::toCoreEncoding(item, from));
+        out.d.write()->items.push_back(String::toCoreEncoding(item, from));
     return out;
 }
 
 StringList StringList::fromCoreEncoding(String::Encoding to) const {
     StringList out;
     for (const std::string& item : d->items) {
-        out.d->items.push_back(String::fromCoreEncoding(item, to));
+        out.d.write()->items.push_back(String::fromCoreEncoding(item, to));
     }
     return out;
 }
@@ -155,13 +155,13 @@ void StringList::checkRoomFor(std::size_t more) const {
 
 StringList& StringList::append(const std::string& text) {
     checkRoomFor(1);
-    d->items.push_back(text);
+    d.write()->items.push_back(text);
     return *this;
 }
 
 StringList& StringList::append(std::string&& text) {
     checkRoomFor(1);
-    d->items.push_back(std::move(text));
+    d.write()->items.push_back(std::move(text));
     return *this;
 }
 
@@ -169,13 +169,14 @@ StringList& StringList::append(const StringList& other) {
     checkRoomFor(other.size());
     // Copied first so that appending a list to itself stops at its original end.
     std::list<std::string> copy(other.d->items);
-    d->items.splice(d->items.end(), copy);
+    std::list<std::string>& items = d.write()->items;
+    items.splice(items.end(), copy);
     return *this;
 }
 
 StringList& StringList::prepend(const std::string& text) {
     checkRoomFor(1);
-    d->items.push_front(text);
+    d.write()->items.push_front(text);
     return *this;
 }
 
@@ -186,7 +187,7 @@ bool StringList::isEmpty() const {
     return d->items.empty();
 }
 void StringList::clear() {
-    d->items.clear();
+    d.reset();
 }
 
 const std::string& StringList::front() const {
@@ -198,10 +199,10 @@ const std::string& StringList::back() const {
 }
 
 StringList::iterator StringList::begin() {
-    return d->items.begin();
+    return d.write()->items.begin();
 }
 StringList::iterator StringList::end() {
-    return d->items.end();
+    return d.write()->items.end();
 }
 StringList::const_iterator StringList::begin() const {
     return d->items.begin();
@@ -211,7 +212,7 @@ StringList::const_iterator StringList::end() const {
 }
 
 std::list<std::string>& StringList::list() {
-    return d->items;
+    return d.write()->items;
 }
 const std::list<std::string>& StringList::list() const {
     return d->items;

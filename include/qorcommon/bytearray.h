@@ -11,6 +11,7 @@
 namespace Orvane {
 namespace Core {
 
+/// Thread safety: reentrant.
 class QORCOMMON_API ByteArray : public StorageObject, public DataBuffer<unsigned char> {
 public:
     explicit ByteArray(Object* parent = nullptr);

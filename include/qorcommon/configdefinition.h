@@ -19,6 +19,7 @@ namespace Core {
 class ConfigEntryDefinition;
 
 /// A described group of configuration entries, possibly with nested groups.
+/// Thread safety: set once at start-up (filled before it is handed out, then only read).
 class QORCOMMON_API ConfigDefinition : public GCObject {
 public:
     enum Type : int {
@@ -58,6 +59,7 @@ public:
 };
 
 /// A described configuration entry.
+/// Thread safety: set once at start-up (filled before it is handed out, then only read).
 class QORCOMMON_API ConfigEntryDefinition : public GCObject {
 public:
     enum ValueType : int { BooleanValue = 0, StringValue = 1, LongValue = 2, FilePathValue = 3 };
@@ -116,6 +118,7 @@ public:
 /// definitions. With a generator set, the nested definitions are made by calling it at every
 /// request instead of being taken from the record. Fill it before handing it out; a filled
 /// record may be read from several threads.
+/// Thread safety: set once at start-up (filled before it is handed out, then only read).
 class QORCOMMON_API QORConfig : public ConfigDefinition {
 public:
     using Generator = std::function<DefinitionList()>;
@@ -142,6 +145,7 @@ private:
 };
 
 /// The ready-made entry: a record returning its stored fields. Fill it before handing it out.
+/// Thread safety: set once at start-up (filled before it is handed out, then only read).
 class QORCOMMON_API QOREntry : public ConfigEntryDefinition {
 public:
     /// A string entry of one value without path or label.

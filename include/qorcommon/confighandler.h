@@ -21,6 +21,7 @@
 namespace Orvane {
 namespace Core {
 
+/// Thread safety: thread-safe.
 class QORCOMMON_API ConfigHandler : public GCObject {
 public:
     /// What isOperationSupported is asked about. The numbers are part of the C face.

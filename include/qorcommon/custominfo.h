@@ -5,6 +5,7 @@
 #pragma once
 
 #include "qorcommon/export.h"
+#include "qorcommon/privateptr.h"
 #include "qorcommon/string.h"
 #include "qorcommon/stringlist.h"
 
@@ -17,6 +18,7 @@ namespace Orvane {
 namespace Core {
 
 /// Key/value annotations, ordered by key (byte-wise).
+/// Thread safety: reentrant.
 class QORCOMMON_API CustomInfo {
 public:
     using Map = std::map<std::string, std::string>;
@@ -66,8 +68,7 @@ public:
 private:
     struct Private;
     // A moved-from value gets a fresh empty block on its next use.
-    Private* ensure() const;
-    mutable Private* d;
+    PrivatePtr<Private> d;
 };
 
 } // namespace Core

@@ -21,6 +21,7 @@ namespace CWrapper {
 
 /// Owner of the texts and item arrays that records point into. Addresses it hands out stay valid
 /// until clear() or destruction.
+/// Thread safety: reentrant.
 class QORCOMMON_API BufferStorage {
 public:
     BufferStorage();

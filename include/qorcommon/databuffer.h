@@ -9,6 +9,7 @@
 namespace Orvane {
 namespace Core {
 
+/// Thread safety: reentrant.
 template <class T> class DataBuffer {
 public:
     virtual ~DataBuffer();

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "qorcommon/object.h"
+#include "qorcommon/privateptr.h"
 #include "qorcommon/string.h"
 
 #include <cstddef>
@@ -30,6 +31,7 @@ class DateTimeFormat;
 ///
 /// An empty value (default-constructed or cleared) has all fields 0 and stands for the POSIX
 /// epoch wherever a point in time is needed.
+/// Thread safety: reentrant.
 class QORCOMMON_API DateTime : public StorageObject {
     template <class I>
     using EnableIfInteger =
@@ -289,6 +291,7 @@ private:
 /// to be 24 stays "HH24" rather than turning into the hour. Because "MM" and "M" come early in
 /// the order, they take the letters of "SSMMM", "MS" and "SM" before those have their turn:
 /// "SSMMM" renders as seconds, 2-digit month, month, and "MIMS" as minute, month, "S".
+/// Thread safety: thread-safe (immutable; copies share the compiled form).
 class QORCOMMON_API DateTimeFormat {
 public:
     /// What a segment produces.
@@ -315,8 +318,8 @@ public:
 
     explicit DateTimeFormat(const char* format);
     explicit DateTimeFormat(const std::string& format);
-    DateTimeFormat(const DateTimeFormat& other);
-    DateTimeFormat& operator=(const DateTimeFormat& other);
+    DateTimeFormat(const DateTimeFormat& other) noexcept;
+    DateTimeFormat& operator=(const DateTimeFormat& other) noexcept;
     ~DateTimeFormat();
 
     /// The format text as given.
@@ -332,7 +335,7 @@ public:
 private:
     friend struct DateTimeAccess;
     struct Private;
-    Private* d;
+    SharedPrivatePtr<Private> d;
 };
 
 } // namespace Core

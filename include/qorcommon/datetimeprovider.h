@@ -9,6 +9,7 @@ namespace Orvane {
 namespace Core {
 
 /// Yields a DateTime each time it is asked.
+/// Thread safety: thread-safe (the library's providers are immutable once made).
 class QORCOMMON_API DateTimeProvider : public GCObject {
 public:
     DateTimeProvider();
@@ -20,6 +21,7 @@ public:
 };
 
 /// Always yields the value it was made with.
+/// Thread safety: thread-safe.
 class QORCOMMON_API DateTimeValue : public DateTimeProvider {
 public:
     explicit DateTimeValue(const DateTime& value);
@@ -35,6 +37,7 @@ private:
 };
 
 /// Yields DateTime::now(utc) at every call.
+/// Thread safety: thread-safe.
 class QORCOMMON_API DateTimeNow : public DateTimeProvider {
 public:
     explicit DateTimeNow(bool utc = false);
@@ -53,6 +56,7 @@ private:
 /// Combines the values of two providers, both asked afresh at every call.
 ///
 /// A null provider is a failed check and counts as an empty value.
+/// Thread safety: thread-safe.
 class QORCOMMON_API DateTimeOperator : public DateTimeProvider {
 public:
     enum Operation : int {

@@ -20,6 +20,7 @@ QORCOMMON_API bool getEnvVar(const std::string& name, std::string& value);
 /// PREFIX__SECTION__ENTRY (every "/" becomes "__"; without a prefix the name starts with the
 /// section), the case unchanged. A list is the variable's text split at every ";", untrimmed.
 /// The environment is read anew at every request.
+/// Thread safety: set once at start-up (init() reads the prefix; reading entries is thread-safe).
 class QORCOMMON_API EnvVarConfigHandler : public ConfigHandler {
 public:
     /// The path of the prefix setting, read from the base handler by init().
@@ -61,6 +62,7 @@ private:
 ///
 /// Claims ReadingEntries and KeepingCache (the arguments are its cache, fixed for the life of the
 /// process) and nothing else.
+/// Thread safety: thread-safe (the arguments are read once, by the constructor).
 class QORCOMMON_API CLAConfigHandler : public ConfigHandler {
 public:
     /// Over the process's own arguments (the program name, the first of them, is never an

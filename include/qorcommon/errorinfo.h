@@ -9,6 +9,7 @@
 #include "qorcommon/custominfo.h"
 #include "qorcommon/datetime.h"
 #include "qorcommon/export.h"
+#include "qorcommon/privateptr.h"
 #include "qorcommon/moduleinfo.h"
 #include "qorcommon/string.h"
 #include "qorcommon/stringlist.h"
@@ -26,6 +27,7 @@ namespace Core {
 /// the signatures that C++ compilers supply to a plain qualified name, so that
 /// "virtual int Orvane::Core::Foo::bar(int) const" is kept as "Orvane::Core::Foo::bar".
 /// QOR_CODE_LOCATION (below) makes the location of the place where it is written.
+/// Thread safety: reentrant.
 class QORCOMMON_API CodeLocation {
 public:
     /// How the function text was written, and so how setFunction reduces it.
@@ -125,13 +127,12 @@ private:
     void setPosition(const std::string& position);
 
     struct Private;
-    // A moved-from value gets a fresh empty block on its next use.
-    Private* ensure() const;
-    mutable Private* d;
+    PrivatePtr<Private> d;
 };
 
 /// An error: text, code, hint for the user, where and when it arose, the module that raised it
 /// and annotations.
+/// Thread safety: reentrant.
 class QORCOMMON_API ErrorInfo {
 public:
     /// An empty record: code 0, no text, the time of construction.
@@ -202,9 +203,8 @@ public:
 
 private:
     struct Private;
-    // A moved-from value gets a fresh empty block on its next use.
-    Private* ensure() const;
-    mutable Private* d;
+    // Mutable for setModuleInfo.
+    mutable PrivatePtr<Private> d;
 };
 
 } // namespace Core

@@ -13,6 +13,7 @@
 
 #include "qorcommon/errorinfo.h"
 #include "qorcommon/export.h"
+#include "qorcommon/privateptr.h"
 #include "qorcommon/string.h"
 
 #include <exception>
@@ -27,7 +28,9 @@ namespace Core {
 /// The exception takes ownership of the cause given to its constructor (allocate it with new).
 /// Causes are never changed once attached, so copies of an exception share the one cause
 /// chain instead of cloning it: copying is cheap and never slices a cause whose type it does not
-/// know, and the chain is freed with the last copy that holds it.
+/// know, and the chain is freed with the last copy that holds it. The rest of an exception's
+/// record is shared the same way, so copying an exception never throws.
+/// Thread safety: reentrant (what() may also be called on one object from several threads).
 class QORCOMMON_API Exception : public std::exception {
 public:
     ~Exception() override;
@@ -45,26 +48,27 @@ public:
 
 protected:
     explicit Exception(std::exception* parent = nullptr);
-    Exception(const Exception& other);
-    Exception& operator=(const Exception& other);
+    Exception(const Exception& other) noexcept;
+    Exception& operator=(const Exception& other) noexcept;
 
     virtual String shortString() const = 0;
     virtual String longString() const = 0;
 
 private:
     struct Private;
-    Private* d;
+    SharedPrivatePtr<Private> d;
 };
 
 /// An exception with a message and the place where it was raised.
+/// Thread safety: reentrant.
 class QORCOMMON_API GeneralException : public Exception {
 public:
     explicit GeneralException(std::exception* parent = nullptr);
     explicit GeneralException(const CodeLocation& codeLocation, std::exception* parent = nullptr);
     GeneralException(const std::string& message, const CodeLocation& codeLocation,
                      std::exception* parent = nullptr);
-    GeneralException(const GeneralException& other);
-    GeneralException& operator=(const GeneralException& other);
+    GeneralException(const GeneralException& other) noexcept;
+    GeneralException& operator=(const GeneralException& other) noexcept;
     ~GeneralException() override;
 
     const std::string& message() const;
@@ -79,15 +83,16 @@ protected:
 
 private:
     struct Private;
-    Private* d;
+    SharedPrivatePtr<Private> d;
 };
 
 /// An exception that carries an error record.
+/// Thread safety: reentrant.
 class QORCOMMON_API OperationException : public Exception {
 public:
     explicit OperationException(const ErrorInfo& errorInfo, std::exception* parent = nullptr);
-    OperationException(const OperationException& other);
-    OperationException& operator=(const OperationException& other);
+    OperationException(const OperationException& other) noexcept;
+    OperationException& operator=(const OperationException& other) noexcept;
     ~OperationException() override;
 
     const ErrorInfo& errorInfo() const;
@@ -103,7 +108,7 @@ protected:
 
 private:
     struct Private;
-    Private* d;
+    SharedPrivatePtr<Private> d;
 };
 
 } // namespace Core

@@ -17,6 +17,7 @@
 
 #include "qorcommon/datetime.h"
 #include "qorcommon/export.h"
+#include "qorcommon/privateptr.h"
 #include "qorcommon/gc.h"
 #include "qorcommon/string.h"
 
@@ -32,6 +33,7 @@ class SimpleExtendedField;
 
 /// Base of the family: the modified flag, the time of the last update and a comment, the
 /// reading of the time stamp, and the detection depot.
+/// Thread safety: reentrant (the detection depot is thread-safe).
 class QORCOMMON_API ExtendedField : public GCObject {
 public:
     ~ExtendedField() override;
@@ -79,10 +81,11 @@ protected:
 
 private:
     struct Private;
-    Private* d;
+    PrivatePtr<Private> d;
 };
 
 /// A field that knows its prefix, the first part of its formatted string.
+/// Thread safety: reentrant.
 class QORCOMMON_API SimpleExtendedField : public ExtendedField {
 public:
     /// What detect() says of a text.
@@ -137,6 +140,7 @@ protected:
 };
 
 /// A simple field whose prefix is the text given to its constructor.
+/// Thread safety: reentrant.
 class QORCOMMON_API EmbeddedExtendedField : public SimpleExtendedField {
 public:
     ~EmbeddedExtendedField() override;
@@ -156,10 +160,11 @@ protected:
 
 private:
     struct Private;
-    Private* d;
+    PrivatePtr<Private> d;
 };
 
 /// A text.
+/// Thread safety: reentrant.
 class QORCOMMON_API StringExtendedField : public EmbeddedExtendedField {
 public:
     explicit StringExtendedField(const std::string& prefix, const std::string& value = "");
@@ -178,10 +183,11 @@ public:
 
 private:
     struct Private;
-    Private* d;
+    PrivatePtr<Private> d;
 };
 
 /// A 32-bit signed number.
+/// Thread safety: reentrant.
 class QORCOMMON_API LongExtendedField : public EmbeddedExtendedField {
 public:
     explicit LongExtendedField(const std::string& prefix, std::int32_t value = 0);
@@ -204,10 +210,11 @@ public:
 
 private:
     struct Private;
-    Private* d;
+    PrivatePtr<Private> d;
 };
 
 /// A flag, written "1" or "0".
+/// Thread safety: reentrant.
 class QORCOMMON_API FlagExtendedField : public EmbeddedExtendedField {
 public:
     explicit FlagExtendedField(const std::string& prefix, bool value = false);
@@ -229,13 +236,14 @@ public:
 
 private:
     struct Private;
-    Private* d;
+    PrivatePtr<Private> d;
 };
 
 /// A row of flags (64 unless told otherwise), each on, off or unknown.
 ///
 /// The row is written like a binary number, one character per flag with flag 0 rightmost: "1"
 /// on, "0" off, "X" unknown. So the flags 1, 0, unknown (flag 0 first) read "X01".
+/// Thread safety: reentrant.
 class QORCOMMON_API Flag64ExtendedField : public EmbeddedExtendedField {
 public:
     enum FlagState : int {
@@ -274,10 +282,11 @@ public:
 
 private:
     struct Private;
-    Private* d;
+    PrivatePtr<Private> d;
 };
 
 /// A date and time, written YYYYMMDDHH24MISS.
+/// Thread safety: reentrant.
 class QORCOMMON_API DateTimeExtendedField : public EmbeddedExtendedField {
 public:
     explicit DateTimeExtendedField(const std::string& prefix, const DateTime& value = DateTime());
@@ -301,7 +310,7 @@ public:
 
 private:
     struct Private;
-    Private* d;
+    PrivatePtr<Private> d;
 };
 
 } // namespace Core

@@ -20,6 +20,7 @@ namespace Core {
 class GCReferenceRegistry;
 
 /// Base of every reference-counted object.
+/// Thread safety: thread-safe (the use count); the subclass's own state is its own concern.
 class QORCOMMON_API GCObject {
 public:
     GCObject();
@@ -58,6 +59,7 @@ private:
 
 /// A registry of names attached to an object, for diagnostics: callers may note who holds the
 /// object. Nothing in the library depends on its contents.
+/// Thread safety: thread-safe.
 class QORCOMMON_API GCReferenceRegistry {
 public:
     GCReferenceRegistry();
@@ -80,6 +82,7 @@ private:
 };
 
 /// Base of every handle: the counting operations on a GCObject.
+/// Thread safety: reentrant.
 class QORCOMMON_API GCObjectReference {
 public:
     GCObjectReference() = default;
@@ -125,6 +128,7 @@ protected:
 };
 
 /// A handle holding one T*, without counting; GC<T> adds the counting.
+/// Thread safety: reentrant.
 template <class T> class GCBase : public GCObjectReference {
 public:
     using element_type = T;
@@ -173,6 +177,7 @@ protected:
 };
 
 /// The counting handle: a copy takes a use, destruction or dispose() gives it back.
+/// Thread safety: reentrant (one handle per thread; the object it holds is counted atomically).
 template <class T> class GC : public GCBase<T> {
 public:
     GC() = default;

@@ -21,6 +21,7 @@ namespace Orvane {
 namespace Core {
 
 /// Anything that can be locked for the length of an access.
+/// Thread safety: thread-safe.
 class QORCOMMON_API ProtectedVariable {
 public:
     ProtectedVariable() = default;
@@ -35,6 +36,7 @@ public:
 };
 
 /// The accessor of a protected variable `V`: holds the variable's lock while it lives.
+/// Thread safety: reentrant.
 template <class V> class GlobalVariableProxy {
 public:
     using value_type = typename V::value_type;
@@ -76,6 +78,7 @@ private:
 
 /// A value of type T kept behind a lock from a MutexProvider. `P` is the concrete variable class;
 /// its proxies are GlobalVariableProxy<P>.
+/// Thread safety: thread-safe.
 template <class T, class P> class AbstractGlobalVariable : public ProtectedVariable {
 public:
     using value_type = T;
@@ -119,6 +122,7 @@ private:
 };
 
 /// A protected value that the variable makes and owns.
+/// Thread safety: thread-safe.
 template <class T> class GlobalVariable : public AbstractGlobalVariable<T, GlobalVariable<T>> {
     using Base = AbstractGlobalVariable<T, GlobalVariable<T>>;
 
@@ -145,6 +149,7 @@ public:
 };
 
 /// A protected pointer: empty until set, and it owns what it is given.
+/// Thread safety: thread-safe.
 template <class T>
 class GlobalVariablePtr : public AbstractGlobalVariable<T, GlobalVariablePtr<T>> {
     using Base = AbstractGlobalVariable<T, GlobalVariablePtr<T>>;
@@ -162,6 +167,7 @@ public:
 };
 
 /// Releases a protected variable's lock at scope exit (or at deactivate()).
+/// Thread safety: reentrant.
 class VariableDetacher {
 public:
     explicit VariableDetacher(ProtectedVariable* variable) : m_variable(variable) {}
@@ -185,6 +191,7 @@ private:
 
 /// Runs an action at scope exit. Copies share the action, which runs once, when the last copy
 /// goes: a Detacher can be returned or stored without the action running early or twice.
+/// Thread safety: reentrant.
 class Detacher {
 public:
     explicit Detacher(std::function<void()> action)

@@ -17,6 +17,7 @@ namespace Core {
 
 // Not exported as a whole, only its functions: an exported class would make the seed a DLL
 // import on Windows instead of a compile-time constant.
+/// Thread safety: thread-safe.
 class Hash {
 public:
     /// The seed under which the library hashes names into ids.
@@ -41,6 +42,7 @@ inline std::uint64_t hash64(const char* text, std::uint64_t seed = Hash::Default
 }
 
 /// A 64-bit id, written as 16 lower-case hexadecimal digits.
+/// Thread safety: reentrant.
 class QORCOMMON_API Identifier {
 public:
     constexpr Identifier() = default;

@@ -4,6 +4,7 @@
 
 #include "qorcommon/errorinfo.h"
 #include "qorcommon/export.h"
+#include "qorcommon/privateptr.h"
 #include "qorcommon/string.h"
 
 #include <cstdint>
@@ -17,6 +18,7 @@ namespace Core {
 /// Entries are immutable once made, so copies share one record (a copy costs an atomic
 /// increment): every log entry is copied into its frame's element and the logger's last element,
 /// and a deep copy per step would dominate the cost of logging.
+/// Thread safety: reentrant; copies of one entry may be made from several threads at once.
 class QORCOMMON_API LogEntry {
 public:
     /// What kind of entry this is. The numbers are part of the C face.
@@ -90,7 +92,7 @@ public:
 private:
     struct Private;
     explicit LogEntry(Private* record);
-    Private* d;
+    SharedPrivatePtr<Private> d;
 };
 
 } // namespace Core

@@ -16,6 +16,7 @@
 #include "qorcommon/datetime.h"
 #include "qorcommon/errorinfo.h"
 #include "qorcommon/export.h"
+#include "qorcommon/privateptr.h"
 #include "qorcommon/gc.h"
 #include "qorcommon/logentry.h"
 #include "qorcommon/moduleinfo.h"
@@ -37,6 +38,7 @@ class LoggerHelper;
 class LoggingFrame;
 
 /// The abstract sink of log entries. Concrete loggers implement storeEntry.
+/// Thread safety: thread-safe (setUsesStack and setErrorInfoBuilder: set once at start-up).
 class QORCOMMON_API Logger : public GCObject {
 public:
     /// How important an entry is. The numbers are part of the C face and of the line formats.
@@ -116,6 +118,7 @@ private:
 };
 
 /// One entry placed in time and in the call tree.
+/// Thread safety: reentrant.
 class QORCOMMON_API LogElement : public GCObject {
 public:
     LogElement(Logger::Priority prio, const LogEntry& entry, const DateTime& timestamp,
@@ -147,10 +150,11 @@ public:
 
 private:
     struct Private;
-    Private* d;
+    PrivatePtr<Private> d;
 };
 
 /// The observer of every entry that any logger of a helper receives.
+/// Thread safety: thread-safe (entries arrive from several threads at once).
 class QORCOMMON_API LoggingListener : public GCObject {
 public:
     LoggingListener();
@@ -169,6 +173,7 @@ public:
 
 /// The state shared by all loggers of one handler: the frame stacks (one per thread) and the
 /// listeners.
+/// Thread safety: thread-safe.
 class QORCOMMON_API LoggerHelper : public GCObject {
 public:
     /// The frames of one thread, the innermost at the back.
@@ -215,6 +220,7 @@ private:
 
 /// One function scope on the calling thread's frame stack. Made by begin() and ended (and
 /// deleted) by the static end() forms, on the thread that began it, the innermost frame first.
+/// Thread safety: reentrant (used only on the thread that began it).
 class QORCOMMON_API LoggingFrame : public GCObject {
 public:
     /// Pushes the frame on the calling thread's stack; `start` is the time of its last entry.
@@ -294,6 +300,7 @@ QORCOMMON_API LoggingFrame* assert_logging_frame_is_valid(LoggingFrame* frame,
 /// A logging frame for the length of a C++ scope: begun by the constructor, ended by the
 /// destructor unless it was ended before (endWith hands a return value out). A scope begun at a
 /// code location ends at the same location, so its end entry names the function too.
+/// Thread safety: reentrant.
 class LoggingScope {
 public:
     LoggingScope(const GC<Logger>& logger, CodeLocation location)

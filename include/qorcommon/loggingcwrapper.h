@@ -12,6 +12,7 @@ namespace Core {
 namespace CWrapper {
 
 /// Owner of the texts that an orv_LogEntry record points into, its location's included.
+/// Thread safety: reentrant.
 class QORCOMMON_API orv_LogEntry_Buffer : public BufferStorage {
 public:
     orv_LogEntry_Buffer();

@@ -15,6 +15,7 @@ namespace Orvane {
 namespace Core {
 
 /// Base of every logging handler.
+/// Thread safety: thread-safe.
 class QORCOMMON_API LoggingHandler : public GCObject {
 public:
     LoggingHandler();
@@ -55,6 +56,7 @@ private:
 /// LogEntry::asString(); the priority is its long name (its number when it has none); the
 /// location part is left out when the entry's location names no file. Lines from several threads
 /// never interleave.
+/// Thread safety: thread-safe.
 class QORCOMMON_API SimpleLoggingHandler : public LoggingHandler {
 public:
     /// Writes to standard error.
@@ -82,6 +84,7 @@ private:
 namespace QOR {
 
 /// A logger that discards everything.
+/// Thread safety: thread-safe.
 class QORCOMMON_API VoidLogger : public Logger {
 public:
     VoidLogger(const GC<LoggerHelper>& helper, const std::string& name,
@@ -95,6 +98,7 @@ protected:
 };
 
 /// A handler whose loggers discard everything (listeners still hear every entry).
+/// Thread safety: thread-safe.
 class QORCOMMON_API VoidLoggingHandler : public LoggingHandler {
 public:
     VoidLoggingHandler();

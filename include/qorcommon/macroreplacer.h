@@ -89,6 +89,7 @@
 #pragma once
 
 #include "qorcommon/export.h"
+#include "qorcommon/privateptr.h"
 #include "qorcommon/moduleinfo.h"
 #include "qorcommon/string.h"
 #include "qorcommon/stringlist.h"
@@ -117,9 +118,11 @@ using MacroExecutor =
 /// A helper that overrides the session form of getValue / getCustomValue sees it, and can expand
 /// texts of its own within it with MacroReplacer::replace(text, errors, session). Not shared
 /// between threads.
+/// Thread safety: reentrant.
 class QORCOMMON_API MacroReplacer_RunTimeSession {
 public:
     /// Context that the caller of replace passes through to its own helper (dynamic_cast it back).
+    /// Thread safety: reentrant.
     class QORCOMMON_API Custom {
     public:
         virtual ~Custom();
@@ -156,6 +159,7 @@ private:
 
 /// A value source of the replacer. Subclasses override getCustomValue to supply context values;
 /// named executors can be registered at any time, also while other threads expand.
+/// Thread safety: thread-safe (setParentHelper: set once at start-up).
 class QORCOMMON_API MacroReplacerHelper {
 public:
     using Executor = MacroExecutor;
@@ -202,6 +206,7 @@ private:
 };
 
 /// A helper whose getCustomValue calls one executor.
+/// Thread safety: thread-safe as far as its executor is.
 class QORCOMMON_API SimpleMacroReplacerHelper : public MacroReplacerHelper {
 public:
     explicit SimpleMacroReplacerHelper(Executor executor, MacroReplacerHelper* parent = nullptr);
@@ -220,14 +225,15 @@ private:
 /// A template parsed once: literal pieces and macros with their arguments already split, unquoted
 /// and parsed in turn, so that expanding it again costs no scanning of the text. Immutable; copies
 /// share the parsed form, and one template may be expanded by several threads at once.
+/// Thread safety: thread-safe.
 class QORCOMMON_API MacroTemplate {
 public:
     /// The empty template.
     MacroTemplate();
     explicit MacroTemplate(const std::string& text);
-    MacroTemplate(const MacroTemplate& other);
+    MacroTemplate(const MacroTemplate& other) noexcept;
     MacroTemplate(MacroTemplate&& other) noexcept;
-    MacroTemplate& operator=(const MacroTemplate& other);
+    MacroTemplate& operator=(const MacroTemplate& other) noexcept;
     MacroTemplate& operator=(MacroTemplate&& other) noexcept;
     ~MacroTemplate();
 
@@ -239,11 +245,12 @@ public:
 private:
     friend class MacroReplacerAccess;
     struct Private;
-    Private* d;
+    SharedPrivatePtr<Private> d;
 };
 
 /// Expands templates. The replacer holds no state of an expansion, so one replacer may expand on
 /// several threads at once as far as its helper allows.
+/// Thread safety: thread-safe as far as its helper is.
 class QORCOMMON_API MacroReplacer {
 public:
     using Executor = MacroExecutor;

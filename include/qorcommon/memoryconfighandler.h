@@ -21,6 +21,7 @@ namespace Core {
 ///
 /// Supports ReadingEntries, WritingEntries, ReadingKeys and WritingKeys. Safe to share between
 /// threads: readers run in parallel, a writer alone.
+/// Thread safety: thread-safe.
 class QORCOMMON_API MemoryConfigHandler : public ConfigHandler {
 public:
     explicit MemoryConfigHandler(GC<ConfigHandler> base = GC<ConfigHandler>());

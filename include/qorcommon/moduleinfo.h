@@ -2,6 +2,7 @@
 #pragma once
 
 #include "qorcommon/export.h"
+#include "qorcommon/privateptr.h"
 #include "qorcommon/string.h"
 #include "qorcommon/version.h"
 
@@ -20,6 +21,7 @@ class CustomInfo;
 /// hash of name, "_" and type (the rule by which feature ids are made), and 0 while both are
 /// empty. Two records of one module thus agree on the id whatever their versions, and a record
 /// whose name start-up fills in later gets its id with it.
+/// Thread safety: reentrant.
 class QORCOMMON_API ModuleInfo {
 public:
     /// An empty record: no name, no type, version 0.0.0, id 0.
@@ -62,13 +64,12 @@ public:
 
 private:
     struct Private;
-    // A moved-from record gets a fresh empty block on its next use.
-    Private* ensure() const;
-    mutable Private* d;
+    PrivatePtr<Private> d;
 };
 
 /// A display name and description of a thing (a feature, a configuration entry, a macro), with
 /// free key/value annotations.
+/// Thread safety: reentrant.
 class QORCOMMON_API NameInfo {
 public:
     NameInfo();
@@ -98,9 +99,7 @@ public:
 
 private:
     struct Private;
-    // A moved-from record gets a fresh empty block on its next use.
-    Private* ensure() const;
-    mutable Private* d;
+    PrivatePtr<Private> d;
 };
 
 } // namespace Core

@@ -8,6 +8,7 @@ namespace Orvane {
 namespace Core {
 
 /// A non-recursive mutex: locking it again on the owning thread deadlocks.
+/// Thread safety: thread-safe.
 class QORCOMMON_API Mutex {
 public:
     Mutex();
@@ -26,6 +27,7 @@ private:
 };
 
 /// A mutex that the owning thread may lock again; each lock needs its unlock.
+/// Thread safety: thread-safe.
 class QORCOMMON_API RecursiveMutex {
 public:
     RecursiveMutex();
@@ -43,6 +45,7 @@ private:
 };
 
 /// A counting semaphore with a maximum count.
+/// Thread safety: thread-safe.
 class QORCOMMON_API Semaphore {
 public:
     explicit Semaphore(unsigned initialCount = 1, unsigned maximumCount = 1);
@@ -65,6 +68,7 @@ private:
 /// The lock source of a protected variable. By default it owns a recursive mutex, so a thread
 /// that already holds a variable may access it again; several variables may share one provider's
 /// mutex to be locked together.
+/// Thread safety: thread-safe.
 class QORCOMMON_API MutexProvider {
 public:
     /// A provider with its own recursive mutex.
@@ -87,6 +91,7 @@ private:
 };
 
 /// Holds a lock for the length of a scope; unlock() releases it early.
+/// Thread safety: reentrant.
 template <class Lockable> class ScopedLock {
 public:
     explicit ScopedLock(Lockable& lockable) : m_lockable(&lockable) { m_lockable->lock(); }

@@ -13,6 +13,7 @@ namespace Core {
 class Object;
 
 /// Base of every object that can have a parent.
+/// Thread safety: reentrant.
 class QORCOMMON_API BaseObject {
 public:
     /// How a copy treats the parent: an Owned object's copy joins the same parent, a
@@ -39,6 +40,7 @@ private:
 };
 
 /// A BaseObject that owns children.
+/// Thread safety: reentrant (registering and forgetting children is thread-safe).
 class QORCOMMON_API Object : public BaseObject {
 public:
     explicit Object(UsageType usage = Standalone, Object* parent = nullptr);
@@ -68,6 +70,7 @@ private:
 };
 
 /// A frame of the per-thread object stack of the C face.
+/// Thread safety: reentrant.
 class QORCOMMON_API ObjectStackFrame : public Object {
 public:
     explicit ObjectStackFrame(Object* parent = nullptr);
@@ -77,6 +80,7 @@ public:
 /// Base of value holders (strings, lists, byte arrays, time stamps) that can be freed with a
 /// parent. Copies start without a parent. A storage object is itself an Object, so the C face can
 /// view it as one and hang further objects off it.
+/// Thread safety: reentrant.
 class QORCOMMON_API StorageObject : public Object {
 public:
     explicit StorageObject(Object* parent = nullptr);

@@ -16,6 +16,7 @@ class LoggingFrame;
 ///
 /// The current record is not synchronised: it belongs to the operation that sets it and to its
 /// caller, one thread at a time, as the object's other state does.
+/// Thread safety: reentrant.
 class QORCOMMON_API OperationObject : public Object {
 public:
     ~OperationObject() override;
@@ -56,6 +57,7 @@ private:
 
 /// Turns log output into error records for a Logger that is given one (setErrorInfoBuilder).
 /// The base keeps no state; subclasses decide what a record is made of.
+/// Thread safety: reentrant.
 class QORCOMMON_API ErrorInfoBuilder {
 public:
     ErrorInfoBuilder();

@@ -53,6 +53,7 @@
 namespace Orvane {
 namespace Core {
 
+/// Thread safety: thread-safe.
 class QORCOMMON_API OrvanecfgConfigHandler : public ConfigHandler {
 public:
     /// The three settings, read from the file itself (boolean words) at the end of each update.

@@ -8,10 +8,12 @@
 
 #include "qorcommon/errorinfo.h"
 #include "qorcommon/export.h"
+#include "qorcommon/privateptr.h"
 
 namespace Orvane {
 namespace Core {
 
+/// Thread safety: reentrant (setShowErrorHandler is thread-safe).
 class QORCOMMON_API Result {
 public:
     /// Shows an error to the user: the record, the place from which it is shown, and two values
@@ -56,9 +58,7 @@ public:
 
 private:
     struct Private;
-    // A moved-from result gets a fresh block on its next use.
-    Private* ensure() const;
-    mutable Private* d;
+    PrivatePtr<Private> d;
 };
 
 } // namespace Core

@@ -25,6 +25,7 @@ namespace Core {
 
 class ByteArray;
 
+/// Thread safety: reentrant (the core encoding: set once at start-up).
 class QORCOMMON_API String : public StorageObject, public DataBuffer<char> {
 public:
     /// Encodings the library converts between. The numbers are part of the C face.

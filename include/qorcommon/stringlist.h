@@ -2,6 +2,7 @@
 #pragma once
 
 #include "qorcommon/object.h"
+#include "qorcommon/privateptr.h"
 #include "qorcommon/string.h"
 
 #include <cstddef>
@@ -14,6 +15,7 @@
 namespace Orvane {
 namespace Core {
 
+/// Thread safety: reentrant.
 class QORCOMMON_API StringList : public StorageObject {
 public:
     using iterator = std::list<std::string>::iterator;
@@ -98,7 +100,7 @@ private:
     void checkRoomFor(std::size_t more) const;
 
     struct Private;
-    Private* d;
+    PrivatePtr<Private> d;
 };
 
 } // namespace Core

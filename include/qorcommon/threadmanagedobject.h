@@ -20,6 +20,7 @@ namespace Core {
 class TimerThread;
 
 /// An object that holds data per thread and is told when that data may go.
+/// Thread safety: thread-safe (cleanUp runs on the collector's thread).
 class QORCOMMON_API ThreadManagedObject {
 public:
     ThreadManagedObject();
@@ -34,6 +35,7 @@ public:
 };
 
 /// Calls cleanUp() periodically, on a timer thread of its own, on every registered object.
+/// Thread safety: thread-safe.
 class QORCOMMON_API ThreadManagedObjectGC {
 public:
     // An enumerator rather than a static member: a DLL would have to export the member.
@@ -98,6 +100,7 @@ namespace Internal {
 /// variable's own otherwise. Operations on an id that was never registered register it on the
 /// spot, without a creator or destroyer. Creators and destroyers run without the store's lock,
 /// so they may use thread-local variables themselves.
+/// Thread safety: thread-safe.
 class QORCOMMON_API ThreadObjectDepot {
 public:
     using Creator = std::function<void*()>;
@@ -161,6 +164,7 @@ QORCOMMON_API ThreadObjectDepot& threadObjectDepot();
 
 /// One value of type T per thread, made on each thread's first get() and freed when the thread
 /// ends. Registered with the library's collector, which frees values that ended threads left.
+/// Thread safety: thread-safe.
 template <class T> class ThreadLocalVariable : public ThreadManagedObject {
 public:
     ThreadLocalVariable() : ThreadLocalVariable([] { return new T(); }) {}

@@ -10,6 +10,7 @@ namespace Core {
 
 /// Calls onTimer() every period on its own thread. A subclass that overrides onTimer() must stop
 /// the timer in its own destructor, before its members go away.
+/// Thread safety: reentrant (onTimer runs on the timer's own thread).
 class QORCOMMON_API TimerThread {
 public:
     TimerThread();

@@ -10,6 +10,7 @@ namespace Orvane {
 namespace Core {
 
 // A plain value: the four numbers are the whole of it, so they live in the object itself.
+/// Thread safety: reentrant.
 class QORCOMMON_API Version {
 public:
     constexpr Version() = default;
