@@ -8,6 +8,7 @@
 
 #include "qorcommon/export.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
@@ -212,6 +213,40 @@ QORCOMMON_API std::int64_t makeUtcTime(std::tm fields);
 /// locale) and UTF-16; false when a character cannot be converted.
 QORCOMMON_API bool localeToUtf16(const std::string& text, std::u16string& out);
 QORCOMMON_API bool utf16ToLocale(const std::u16string& text, std::string& out);
+
+// ---- platform utilities: folders, processes, shared memory, version resources ----------------
+
+/// Removes an empty folder.
+QORCOMMON_API bool removeDirectory(const std::string& path, std::string& error);
+/// Starts `program` with `arguments` (the program name not among them), waits for it to end and
+/// returns its exit code; -1 with the system's text in `error` when it cannot be started, is
+/// ended by a signal or cannot be waited for.
+QORCOMMON_API int runProcess(const std::string& program, const std::vector<std::string>& arguments,
+                             std::string& error);
+
+/// One mapping of a named shared-memory block. `handle` is the Win32 mapping handle (POSIX needs
+/// none once the block is mapped).
+struct SharedMapping {
+    void* address = nullptr;
+    std::size_t length = 0;
+    void* handle = nullptr;
+};
+/// Creates the named block of `length` bytes, zero-filled, and maps it; fails when the name
+/// exists. Names are plain words without "/" or "\\".
+QORCOMMON_API bool createSharedMemory(const std::string& name, std::size_t length,
+                                      SharedMapping& mapping, std::string& error);
+/// Maps an existing block; `mapping.length` is the whole mapped length (Win32: page-rounded).
+QORCOMMON_API bool openSharedMemory(const std::string& name, SharedMapping& mapping,
+                                    std::string& error);
+/// Unmaps; the mapping is empty afterwards.
+QORCOMMON_API void closeSharedMemory(SharedMapping& mapping);
+/// Removes the name (POSIX shm_unlink); on Win32 a block ends with its last handle, so this
+/// only reports success.
+QORCOMMON_API bool removeSharedMemory(const std::string& name, std::string& error);
+
+/// The file version of a file's version resource as "major.minor.build.revision"; empty when it
+/// has none (always on POSIX, where executables carry no such resource).
+QORCOMMON_API std::string fileVersion(const std::string& path);
 
 } // namespace Platform
 } // namespace Core
