@@ -140,7 +140,8 @@ FileInfo::FileInfo() : d(new Private) {}
 
 FileInfo::FileInfo(const std::string& path) : d(new Private{path}) {}
 
-FileInfo::FileInfo(const FileInfo& other) : d(new Private(*other.d)) {}
+// A moved-from object has no record and reads as an empty path.
+FileInfo::FileInfo(const FileInfo& other) : d(new Private{other.path()}) {}
 
 FileInfo::FileInfo(FileInfo&& other) noexcept : d(other.d) {
     other.d = nullptr;
@@ -148,8 +149,7 @@ FileInfo::FileInfo(FileInfo&& other) noexcept : d(other.d) {
 
 FileInfo& FileInfo::operator=(const FileInfo& other) {
     if (this != &other) {
-        if (!d) d = new Private;
-        *d = *other.d;
+        setPath(other.path());
     }
     return *this;
 }
