@@ -84,5 +84,9 @@ std::string LibraryLoader::suffix() {
     return Platform::pathSeparator() == '\\' ? ".dll" : ".so";
 }
 
+bool LibraryLoader::setSearchDirectory(const std::string& folder) {
+    return Platform::setLibraryDirectory(folder);
+}
+
 } // namespace Core
 } // namespace Orvane

@@ -72,6 +72,20 @@ TEST(LibraryLoader, LoadsCallsAndUnloads) {
     EXPECT_EQ(loader.function<Twice>("qortest_plugin_twice")(5), 10);
 }
 
+TEST(LibraryLoader, FindsBareNamesInTheSearchDirectory) {
+    const std::string bareName = "qortestplugin" + LibraryLoader::suffix();
+    ASSERT_TRUE(LibraryLoader::setSearchDirectory(FileInfo(pluginPath()).directory()));
+    LibraryLoader loader(bareName);
+    EXPECT_TRUE(loader.isLoaded()) << loader.errorText();
+    EXPECT_TRUE(loader.unload()) << loader.errorText();
+    EXPECT_TRUE(LibraryLoader::setSearchDirectory(""));
+#ifndef _WIN32
+    // Without it the system's search path does not hold the test folder (Windows searches the
+    // executable's folder anyway).
+    EXPECT_FALSE(loader.load(bareName));
+#endif
+}
+
 TEST(LibraryLoader, ReportsEachFailureWithTheSystemsReason) {
     QorTest::ScratchDir scratch("libraryloader");
 

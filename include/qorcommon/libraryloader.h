@@ -42,6 +42,9 @@ public:
 
     /// The file name suffix of libraries on this platform: ".dll" or ".so".
     static std::string suffix();
+    /// A folder searched first for libraries loaded later by a bare file name and, on Windows,
+    /// for their dependencies (SetDllDirectoryW); empty restores the system's search order.
+    static bool setSearchDirectory(const std::string& folder);
 
 private:
     struct Private;
