@@ -101,9 +101,10 @@ TEST(FileInfoPatterns, FollowTheWindowsShellRules) {
             << "name '" << row.name << "' pattern '" << row.pattern << "'";
 #ifdef _WIN32
         // The system's own matcher agrees (the platform layer reads an empty pattern as "all").
-        if (*row.pattern)
+        if (*row.pattern) {
             EXPECT_EQ(Orvane::Core::Platform::matchFileName(row.name, row.pattern), row.matches)
                 << "system: name '" << row.name << "' pattern '" << row.pattern << "'";
+        }
 #endif
     }
 }
