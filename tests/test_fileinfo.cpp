@@ -235,7 +235,7 @@ TEST(FileInfoFiles, ListsWithPatterns) {
     for (const std::string& name :
          {std::string("b.log"), std::string("A.log"), std::string("a.txt"),
           std::string("orvane.log1"), std::string("README"), umlaut})
-        writeFile(scratch.file(name), "x");
+        writeFile(FileInfo::join(scratch.path(), name), "x"); // the name stays UTF-8
     std::string error;
     ASSERT_TRUE(FileInfo(scratch.file("sub.log")).createDirectories(&error)) << error;
 
