@@ -6,6 +6,7 @@
 // through the static library.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
@@ -187,8 +188,7 @@ std::int64_t fileSize(const std::string& path);
 bool createDirectories(const std::string& path, std::string& error);
 /// Renames a file, replacing an existing target.
 bool renameFile(const std::string& from, const std::string& to, std::string& error);
-bool copyFile(const std::string& from, const std::string& to, bool overwrite,
-                            std::string& error);
+bool copyFile(const std::string& from, const std::string& to, bool overwrite, std::string& error);
 bool removeFile(const std::string& path, std::string& error);
 /// Matches a file name against a pattern with "*" and "?" (PathMatchSpecW / fnmatch); an
 /// empty pattern and "*.*" match every name. Case matters on POSIX only, as in the file systems.
@@ -197,8 +197,7 @@ bool matchFileName(const std::string& name, const std::string& pattern);
 /// access to it meanwhile (Win32: _wfsopen with _SH_DENYNO). Null on failure.
 std::FILE* openFile(const std::string& path, const char* mode);
 /// Names (not paths) of the entries of a folder that match the pattern, sorted.
-std::vector<std::string> listDirectory(const std::string& folder,
-                                                     const std::string& pattern);
+std::vector<std::string> listDirectory(const std::string& folder, const std::string& pattern);
 
 // ---- time --------------------------------------------------------------------------------------
 
@@ -219,6 +218,39 @@ std::int64_t makeUtcTime(std::tm fields);
 /// locale) and UTF-16; false when a character cannot be converted.
 bool localeToUtf16(const std::string& text, std::u16string& out);
 bool utf16ToLocale(const std::u16string& text, std::string& out);
+
+// ---- platform utilities: folders, processes, shared memory, version resources ----------------
+
+/// Removes an empty folder.
+bool removeDirectory(const std::string& path, std::string& error);
+/// Starts `program` with `arguments` (the program name not among them), waits for it to end and
+/// returns its exit code; -1 with the system's text in `error` when it cannot be started, is
+/// ended by a signal or cannot be waited for.
+int runProcess(const std::string& program, const std::vector<std::string>& arguments,
+               std::string& error);
+
+/// One mapping of a named shared-memory block. `handle` is the Win32 mapping handle (POSIX needs
+/// none once the block is mapped).
+struct SharedMapping {
+    void* address = nullptr;
+    std::size_t length = 0;
+    void* handle = nullptr;
+};
+/// Creates the named block of `length` bytes, zero-filled, and maps it; fails when the name
+/// exists. Names are plain words without "/" or "\\".
+bool createSharedMemory(const std::string& name, std::size_t length, SharedMapping& mapping,
+                        std::string& error);
+/// Maps an existing block; `mapping.length` is the whole mapped length (Win32: page-rounded).
+bool openSharedMemory(const std::string& name, SharedMapping& mapping, std::string& error);
+/// Unmaps; the mapping is empty afterwards.
+void closeSharedMemory(SharedMapping& mapping);
+/// Removes the name (POSIX shm_unlink); on Win32 a block ends with its last handle, so this
+/// only reports success.
+bool removeSharedMemory(const std::string& name, std::string& error);
+
+/// The file version of a file's version resource as "major.minor.build.revision"; empty when it
+/// has none (always on POSIX, where executables carry no such resource).
+std::string fileVersion(const std::string& path);
 
 } // namespace Platform
 } // namespace Core
