@@ -17,5 +17,6 @@
 #include "qorcommon/c/orvanecfg.h"
 #include "qorcommon/c/string.h"
 #include "qorcommon/c/stringlist.h"
+#include "qorcommon/c/thread.h"
 
 #endif
