@@ -193,6 +193,15 @@ QORCOMMON_API std::FILE* openFile(const std::string& path, const char* mode);
 QORCOMMON_API std::vector<std::string> listDirectory(const std::string& folder,
                                                      const std::string& pattern);
 
+/// Replaces the contents of a file so that, whatever happens meanwhile (a crash, a full disk,
+/// the process killed), the file holds either its old contents or the whole new ones. The data
+/// goes to a temporary file beside the target, made exclusively under an unpredictable name, is
+/// flushed to disk and renamed over the target. The target keeps its permissions (and owner
+/// where the process may set it); a symbolic link is written through, staying a link. On any
+/// failure the target is untouched, no temporary is left, and `error` says why.
+QORCOMMON_API bool replaceFileContents(const std::string& path, const void* data,
+                                       std::size_t size, std::string& error);
+
 // ---- time --------------------------------------------------------------------------------------
 
 /// Milliseconds since the POSIX epoch, UTC (GetSystemTimeAsFileTime / clock_gettime).
