@@ -8,6 +8,7 @@
 #include "qorcommon/timerthread.h"
 
 #include "platform/platform.h"
+#include "threadobjectdepot.h"
 #include "testsupport.h"
 
 #include <gtest/gtest.h>

@@ -33,14 +33,25 @@ QORCOMMON_API void yieldThread();
 /// Sleeps the calling thread for at least this many milliseconds.
 QORCOMMON_API void sleepMs(long milliseconds);
 
-/// Called with the id of a thread as the thread ends, on that thread, for every thread that
-/// called armThreadExitHook() before. One hook per process; set it once before threads arm it.
-/// On Win32 the hook runs under the loader lock: it must not wait for other threads or load
-/// libraries.
+/// Called with the id of a thread once the thread has ended, for every thread that called
+/// armThreadExitHook() before. One hook per process; set it once before threads arm it. On POSIX
+/// the hook runs on the ending thread; on Win32 it runs later, from runPendingThreadExits().
 using ThreadExitHook = void (*)(long threadId);
 QORCOMMON_API void setThreadExitHook(ThreadExitHook hook);
 /// Makes sure the hook runs when the calling thread ends; cheap after the first call per thread.
 QORCOMMON_API void armThreadExitHook();
+
+/// The calling thread's serial: a number given on the thread's first call, never given to another
+/// thread of this process. The system reuses thread ids; an id with its serial names one thread.
+QORCOMMON_API std::uint64_t currentThreadSerial();
+/// Whether the thread with this id and serial still runs. Exact for threads that took a serial:
+/// their end is recorded as they end, before anyone can join them.
+QORCOMMON_API bool isThreadAlive(long threadId, std::uint64_t serial);
+/// Runs the exit hook for threads whose end was recorded but not yet reported. The Win32 loader
+/// tells the library of a thread's end under its lock, where no callback may run, so there the
+/// hook runs only here, on the thread that calls this; on POSIX it runs on the ending thread and
+/// this finds nothing to do. Cheap when nothing waits.
+QORCOMMON_API void runPendingThreadExits();
 
 /// A non-recursive mutex without heap allocation.
 class QORCOMMON_API Mutex {
