@@ -190,6 +190,16 @@ struct SlotCacheEntry {
 constexpr unsigned kSlotCacheSize = 8;
 thread_local SlotCacheEntry t_slotCache[kSlotCacheSize];
 
+// How deep the calling thread is in forEach visitors, which run under the store's lock while it
+// walks a variable's slots: no slot may be freed under their feet.
+thread_local int t_visiting = 0;
+
+// Runs the exit hook for threads whose end was only recorded so far (Win32), on this thread and
+// outside the loader's lock, unless a visitor is running here.
+void reportEndedThreads() {
+    if (t_visiting == 0) Platform::runPendingThreadExits();
+}
+
 SlotCacheEntry& cacheEntry(int id) {
     return t_slotCache[static_cast<unsigned>(id) % kSlotCacheSize];
 }
@@ -303,7 +313,7 @@ ThreadObjectDepot::~ThreadObjectDepot() {
 }
 
 int ThreadObjectDepot::registerObject(Creator creator, Destroyer destroyer) {
-    Platform::runPendingThreadExits();
+    reportEndedThreads();
     d->mutex.lock();
     const int id = d->nextId++;
     Private::Variable& variable = d->variables[id];
@@ -314,7 +324,7 @@ int ThreadObjectDepot::registerObject(Creator creator, Destroyer destroyer) {
 }
 
 bool ThreadObjectDepot::registerObject(int id, const void* object) {
-    Platform::runPendingThreadExits();
+    reportEndedThreads();
     const Caller caller;
     std::vector<PendingDestruction> pending;
     d->mutex.lock();
@@ -330,7 +340,7 @@ bool ThreadObjectDepot::registerObject(int id, const void* object) {
 }
 
 void ThreadObjectDepot::unregisterObject(int id, const Destroyer& destroyer) {
-    Platform::runPendingThreadExits();
+    reportEndedThreads();
     std::vector<PendingDestruction> pending;
     d->mutex.lock();
     if (Private::Variable* variable = d->findVariable(id)) {
@@ -342,7 +352,7 @@ void ThreadObjectDepot::unregisterObject(int id, const Destroyer& destroyer) {
 }
 
 void*& ThreadObjectDepot::getObject(int id, int* created, const Creator& creator) {
-    Platform::runPendingThreadExits();
+    reportEndedThreads();
     const SlotCacheEntry& cached = cacheEntry(id);
     if (cached.depot == this && cached.id == id &&
         cached.epoch == g_slotEpoch.load(std::memory_order_acquire)) {
@@ -389,7 +399,7 @@ void*& ThreadObjectDepot::getObject(int id, int* created, const Creator& creator
 }
 
 bool ThreadObjectDepot::hasObject(int id) const {
-    Platform::runPendingThreadExits();
+    reportEndedThreads();
     const Caller caller;
     d->mutex.lock();
     Private::Variable* variable = d->findVariable(id);
@@ -403,7 +413,7 @@ bool ThreadObjectDepot::hasObject(int id) const {
 }
 
 void* ThreadObjectDepot::setObject(int id, const void* object, const Creator&) {
-    Platform::runPendingThreadExits();
+    reportEndedThreads();
     const Caller caller;
     std::vector<PendingDestruction> pending;
     d->mutex.lock();
@@ -422,7 +432,7 @@ void* ThreadObjectDepot::setObject(int id, const void* object, const Creator&) {
 }
 
 bool ThreadObjectDepot::destroyObject(int id, const Destroyer& destroyer) {
-    Platform::runPendingThreadExits();
+    reportEndedThreads();
     const Caller caller;
     std::vector<PendingDestruction> pending;
     d->mutex.lock();
@@ -436,7 +446,7 @@ bool ThreadObjectDepot::destroyObject(int id, const Destroyer& destroyer) {
 }
 
 bool ThreadObjectDepot::destroyObject(long threadId, int id, const Destroyer& destroyer) {
-    Platform::runPendingThreadExits();
+    reportEndedThreads();
     std::vector<PendingDestruction> pending;
     d->mutex.lock();
     Private::Variable* variable = d->findVariable(id);
@@ -447,7 +457,7 @@ bool ThreadObjectDepot::destroyObject(long threadId, int id, const Destroyer& de
 }
 
 std::size_t ThreadObjectDepot::destroyAllObjects(int id, const Destroyer& destroyer) {
-    Platform::runPendingThreadExits();
+    reportEndedThreads();
     std::vector<PendingDestruction> pending;
     d->mutex.lock();
     if (Private::Variable* variable = d->findVariable(id))
@@ -479,18 +489,20 @@ std::size_t ThreadObjectDepot::destroyThreadObjects(long threadId) {
 
 void ThreadObjectDepot::forEach(int id, const Visitor& visitor) const {
     if (!visitor) return;
-    Platform::runPendingThreadExits();
+    reportEndedThreads();
     d->mutex.lock();
+    ++t_visiting;
     if (Private::Variable* variable = d->findVariable(id)) {
         for (auto& entry : variable->objects)
             visitor(entry.first, entry.second.object);
     }
+    --t_visiting;
     d->mutex.unlock();
 }
 
 std::size_t ThreadObjectDepot::cleanUp(int id, const Destroyer& destroyer,
                                        std::vector<long>& threadIds) {
-    Platform::runPendingThreadExits();
+    reportEndedThreads();
     struct Owner {
         long id;
         std::uint64_t serial;
@@ -529,7 +541,7 @@ std::size_t ThreadObjectDepot::cleanUp(int id, const Destroyer& destroyer,
 }
 
 std::size_t ThreadObjectDepot::objectCount(int id) const {
-    Platform::runPendingThreadExits();
+    reportEndedThreads();
     d->mutex.lock();
     Private::Variable* variable = d->findVariable(id);
     const std::size_t count = variable ? variable->objects.size() : 0;

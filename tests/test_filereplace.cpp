@@ -6,12 +6,16 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <fstream>
 #include <random>
 #include <string>
 #include <thread>
 
 #ifdef _WIN32
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
 #include <windows.h>
 #else
 #include <csignal>
@@ -182,6 +186,81 @@ TEST(FileReplace, AWriterKilledAtAnyPointLeavesOneWholeFile) {
             P::removeFile(scratch.file(name), error);
         }
     }
+}
+
+#else
+
+namespace {
+
+const char* const kTargetVariable = "QOR_TEST_REWRITE_TARGET";
+const char* const kReadyVariable = "QOR_TEST_REWRITE_READY";
+constexpr std::size_t kFirstSize = 3 << 17, kSecondSize = 1 << 18;
+
+} // namespace
+
+// The writer of the test below, run in a child process started by it: it rewrites the file until
+// it is terminated. Disabled, so that only that test runs it.
+TEST(FileReplace, DISABLED_RewritesUntilTerminated) {
+    const char* path = std::getenv(kTargetVariable);
+    const char* ready = std::getenv(kReadyVariable);
+    ASSERT_TRUE(path && ready);
+    const std::string first = content('A', kFirstSize), second = content('a', kSecondSize);
+    HANDLE event = OpenEventA(EVENT_MODIFY_STATE, FALSE, ready);
+    ASSERT_NE(event, nullptr);
+    std::string error;
+    for (int round = 0; round < 100000; ++round) {
+        const std::string& text = round % 2 ? first : second;
+        P::replaceFileContents(path, text.data(), text.size(), error);
+        if (round == 0) SetEvent(event);
+    }
+    CloseHandle(event);
+}
+
+// Under wine every process start costs a good part of a second, so fewer trials than on Linux.
+TEST(FileReplace, AWriterTerminatedAtAnyPointLeavesOneWholeFile) {
+    QorTest::ScratchDir scratch("filereplace_kill");
+    const std::string path = scratch.file("data.cfg");
+    const std::string first = content('A', kFirstSize), second = content('a', kSecondSize);
+    std::string error;
+    ASSERT_TRUE(replace(path, first, error)) << error;
+
+    wchar_t program[MAX_PATH + 1] = {};
+    ASSERT_GT(GetModuleFileNameW(nullptr, program, MAX_PATH), 0u);
+    std::wstring command = std::wstring(L"\"") + program +
+                           L"\" --gtest_filter=FileReplace.DISABLED_RewritesUntilTerminated "
+                           L"--gtest_also_run_disabled_tests --gtest_brief=1";
+    const std::string readyName = "QorTestRewriteReady" + std::to_string(GetCurrentProcessId());
+    HANDLE ready = CreateEventA(nullptr, TRUE, FALSE, readyName.c_str());
+    ASSERT_NE(ready, nullptr);
+    SetEnvironmentVariableA(kTargetVariable, path.c_str());
+    SetEnvironmentVariableA(kReadyVariable, readyName.c_str());
+
+    std::mt19937 random(std::random_device{}());
+    std::uniform_int_distribution<int> delayMs(0, 20);
+    constexpr int kTrials = 25;
+    for (int trial = 0; trial < kTrials; ++trial) {
+        ResetEvent(ready);
+        STARTUPINFOW startup{};
+        startup.cb = sizeof startup;
+        PROCESS_INFORMATION child{};
+        ASSERT_TRUE(CreateProcessW(nullptr, &command[0], nullptr, nullptr, FALSE, 0, nullptr,
+                                   nullptr, &startup, &child));
+        // Waits for the first whole rewrite, so that the end falls among the writes.
+        HANDLE waits[2] = {ready, child.hProcess};
+        const DWORD woken = WaitForMultipleObjects(2, waits, FALSE, 60000);
+        Sleep(static_cast<DWORD>(delayMs(random)));
+        TerminateProcess(child.hProcess, 1);
+        WaitForSingleObject(child.hProcess, INFINITE);
+        CloseHandle(child.hThread);
+        CloseHandle(child.hProcess);
+        ASSERT_EQ(woken, WAIT_OBJECT_0) << "the writer did not start writing";
+        const std::string now = readFile(path);
+        ASSERT_TRUE(now == first || now == second)
+            << "trial " << trial << ": " << now.size() << " bytes, neither version";
+    }
+    CloseHandle(ready);
+    SetEnvironmentVariableA(kTargetVariable, nullptr);
+    SetEnvironmentVariableA(kReadyVariable, nullptr);
 }
 
 #endif

@@ -54,9 +54,17 @@ std::atomic<std::uint64_t> g_nextSerial{1};
 
 void onThreadKeyDestroyed(void* value) {
     auto* record = static_cast<ThreadRecord*>(value);
+    const long id = record->id;
+    const bool armed = record->armed;
     record->ended.store(true, std::memory_order_release);
-    if (!record->armed) return;
-    if (ThreadExitHook hook = g_exitHook.load()) hook(record->id);
+    if (!armed) return;
+    if (ThreadExitHook hook = g_exitHook.load()) hook(id);
+}
+
+// Whether the kernel still knows the id as a thread of this process. Signal 0 only checks, it
+// delivers nothing.
+bool kernelKnowsThread(long threadId) {
+    return syscall(SYS_tgkill, static_cast<long>(getpid()), threadId, 0) == 0 || errno == EPERM;
 }
 
 // The key is deleted when the library is unloaded so that threads ending later do not call into
@@ -76,8 +84,9 @@ ExitKey& exitKey() {
 }
 
 // The latest record of each thread id. A record goes when a new thread takes its id (the old
-// thread is gone by then) or, once ended, when too many ended ones have piled up; a serial
-// without a record therefore belongs to a thread that has ended.
+// thread is gone by then) or, when many have piled up, once its thread has ended and the kernel
+// has let go of the id (the ending thread reads its record until then). A serial without a
+// record therefore belongs to a thread that has ended.
 struct Registry {
     std::mutex mutex;
     std::map<long, ThreadRecord*> records;
@@ -91,7 +100,8 @@ struct Registry {
         if (++addedSincePrune < 1024) return;
         addedSincePrune = 0;
         for (auto it = records.begin(); it != records.end();) {
-            if (it->second->ended.load(std::memory_order_acquire)) {
+            if (it->second->ended.load(std::memory_order_acquire) &&
+                !kernelKnowsThread(it->first)) {
                 delete it->second;
                 it = records.erase(it);
             } else {
@@ -126,12 +136,13 @@ bool isThreadAlive(long threadId) {
     {
         Registry& known = registry();
         std::lock_guard<std::mutex> lock(known.mutex);
+        // The record is exact where the kernel is not: it may show a joined thread a little
+        // longer. (A thread without a serial that took the id of an ended one whose record is
+        // still kept counts as ended; threads that use per-thread values all take serials.)
         auto it = known.records.find(threadId);
         if (it != known.records.end()) return !it->second->ended.load(std::memory_order_acquire);
     }
-    // A thread that never took a serial: the kernel tells whether the id names a thread of this
-    // process. Signal 0 only checks, it delivers nothing.
-    return syscall(SYS_tgkill, static_cast<long>(getpid()), threadId, 0) == 0 || errno == EPERM;
+    return kernelKnowsThread(threadId);
 }
 
 bool isThreadAlive(long threadId, std::uint64_t serial) {
