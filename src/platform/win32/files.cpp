@@ -218,18 +218,18 @@ bool replaceFileContents(const std::string& path, const void* data, size_t size,
         return false;
     }
 
-    // ReplaceFileW carries the target's attributes, security and streams over to the new file.
-    // Where it cannot (some file systems, or a target it moved aside and could not put back),
-    // a plain rename finishes the job.
-    if (exists && ReplaceFileW(target.c_str(), temporary.c_str(), nullptr,
-                               REPLACEFILE_IGNORE_MERGE_ERRORS | REPLACEFILE_IGNORE_ACL_ERRORS,
-                               nullptr, nullptr))
-        return true;
-    code = exists ? GetLastError() : ERROR_SUCCESS;
+    // A rename, which replaces the target in one step (ReplaceFileW, which would also carry the
+    // target's security over, is not one step everywhere). A read-only target refuses it, as it
+    // refuses writing. The target's other attributes are put back afterwards.
     if (MoveFileExW(temporary.c_str(), target.c_str(),
-                    MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
+                    MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+        const DWORD kept = exists ? attributes & (FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM |
+                                                  FILE_ATTRIBUTE_NOT_CONTENT_INDEXED)
+                                  : 0;
+        if (kept) SetFileAttributesW(target.c_str(), kept);
         return true;
-    if (code == ERROR_SUCCESS) code = GetLastError();
+    }
+    code = GetLastError();
     DeleteFileW(temporary.c_str());
     error = withReason("cannot replace '" + targetText + "'", code);
     return false;

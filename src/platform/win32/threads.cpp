@@ -124,6 +124,7 @@ ThreadRecord* ownRecord() {
         // is freed by runPendingThreadExits; one it never reported (a terminated thread) here.
         if (slot && !slot->ended.load(std::memory_order_acquire)) freeRecord(slot);
         slot = record;
+        freeLeftRecords();
     }
     TlsSetValue(g_exitSlot, record);
     return record;
