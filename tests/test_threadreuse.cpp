@@ -38,7 +38,7 @@ TEST(ThreadIdReuse, ANewThreadNeverSeesTheObjectOfAnEndedOneWithItsId) {
 
     std::set<long> seen;
     int reused = 0, threads = 0;
-    constexpr int kMaxThreads = 70000, kWantedReuses = 3;
+    constexpr int kMaxThreads = 40000, kWantedReuses = 3;
     while (reused < kWantedReuses && threads < kMaxThreads) {
         long threadId = -1;
         bool startedEmpty = false, madeFresh = false;
