@@ -72,36 +72,16 @@ bool readFile(const std::string& path, Orvanecfg::Cache& cache, Orvanecfg::Parse
     return ok;
 }
 
-std::string temporaryPathFor(const std::string& path) {
-    static std::atomic<unsigned long> counter{0};
-    return path + ".tmp" + std::to_string(Platform::currentProcessId()) + "-" +
-           std::to_string(counter.fetch_add(1) + 1);
-}
-
-// Writes the text beside the target and renames it into place, so the target is either the old
-// file or the whole new one. The messages name the target.
+// Replaces the file as a whole, so the target is either the old file or the whole new one. The
+// messages name the target.
 bool replaceFile(const std::string& path, const std::string& text, std::string& message) {
     const std::string target = toPlatformText(path);
     if (Platform::isDirectory(target)) {
         message = format(kCannotOpen, {path});
         return false;
     }
-    const std::string temporary = temporaryPathFor(target);
-    std::FILE* file = Platform::openFile(temporary, "wb");
-    if (!file) {
-        message = format(kCannotOpen, {path});
-        return false;
-    }
-    const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
-    const bool closed = std::fclose(file) == 0;
     std::string error;
-    if (!written || !closed) {
-        Platform::removeFile(temporary, error);
-        message = format(kCannotWrite, {path});
-        return false;
-    }
-    if (!Platform::renameFile(temporary, target, error)) {
-        Platform::removeFile(temporary, error);
+    if (!Platform::replaceFileContents(target, text.data(), text.size(), error)) {
         message = format(kCannotOpen, {path});
         return false;
     }

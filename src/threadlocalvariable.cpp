@@ -1,12 +1,14 @@
-// Per-thread values kept by the library itself: the object store keyed by thread id, the
-// collector of values left by ended threads, and the thread-exit hook that frees a thread's
-// values as it ends.
+// Per-thread values kept by the library itself: the object store keyed by thread id and serial,
+// the collector of values left by ended threads, and the thread-exit hook that frees a thread's
+// values once it has ended.
 #include "qorcommon/threadmanagedobject.h"
 
 #include "qorcommon/timerthread.h"
 
 #include "platform/platform.h"
+#include "threadobjectdepot.h"
 
+#include <cstdint>
 #include <map>
 #include <new>
 #include <set>
@@ -59,7 +61,10 @@ public:
     }
 
 protected:
-    void onTimer() override { collect(-1); }
+    void onTimer() override {
+        Platform::runPendingThreadExits();
+        collect(-1);
+    }
 
 private:
     // A collection running now gets twice the period to finish before its thread is ended.
@@ -148,6 +153,7 @@ ThreadManagedObjectGC* ensureThreadLocalVariableGC() {
 }
 
 void shutdownThreadLocalVariableGC() {
+    Platform::runPendingThreadExits();
     ThreadManagedObjectGC* gc = threadLocalVariableGC.load(std::memory_order_acquire);
     if (!gc) return;
     gc->cleanUp(-1);
@@ -184,6 +190,16 @@ struct SlotCacheEntry {
 constexpr unsigned kSlotCacheSize = 8;
 thread_local SlotCacheEntry t_slotCache[kSlotCacheSize];
 
+// How deep the calling thread is in forEach visitors, which run under the store's lock while it
+// walks a variable's slots: no slot may be freed under their feet.
+thread_local int t_visiting = 0;
+
+// Runs the exit hook for threads whose end was only recorded so far (Win32), on this thread and
+// outside the loader's lock, unless a visitor is running here.
+void reportEndedThreads() {
+    if (t_visiting == 0) Platform::runPendingThreadExits();
+}
+
 SlotCacheEntry& cacheEntry(int id) {
     return t_slotCache[static_cast<unsigned>(id) % kSlotCacheSize];
 }
@@ -202,12 +218,25 @@ void destroyAll(const std::vector<PendingDestruction>& pending) {
 
 } // namespace
 
+// The calling thread as the store knows it.
+struct Caller {
+    long id;
+    std::uint64_t serial;
+    Caller() : id(Platform::currentThreadId()), serial(Platform::currentThreadSerial()) {}
+};
+
 struct ThreadObjectDepot::Private {
+    struct Slot {
+        std::uint64_t serial;
+        void* object;
+    };
     struct Variable {
         Creator creator;
         Destroyer destroyer;
-        // Map nodes never move, so a slot's address stays valid until its entry is erased.
-        std::map<long, void*> objects;
+        // At most one slot per thread id: two threads that carry one id never run at once, so a
+        // slot with another serial than the caller's belongs to an ended thread. Map nodes never
+        // move, so a slot's address stays valid until its entry is erased.
+        std::map<long, Slot> objects;
     };
 
     // Recursive: forEach calls its visitor under the lock, and the visitor may read the store.
@@ -237,7 +266,7 @@ struct ThreadObjectDepot::Private {
     static void takeAll(Variable& variable, const Destroyer& given,
                         std::vector<PendingDestruction>& pending) {
         for (auto& entry : variable.objects)
-            pending.push_back({entry.second, choose(given, variable)});
+            pending.push_back({entry.second.object, choose(given, variable)});
         if (!variable.objects.empty()) slotsErased();
         variable.objects.clear();
     }
@@ -247,10 +276,23 @@ struct ThreadObjectDepot::Private {
                         std::vector<PendingDestruction>& pending) {
         auto it = variable.objects.find(threadId);
         if (it == variable.objects.end()) return false;
-        pending.push_back({it->second, choose(given, variable)});
+        pending.push_back({it->second.object, choose(given, variable)});
         variable.objects.erase(it);
         slotsErased();
         return true;
+    }
+
+    // The caller's slot of `variable`, null when it has none. A slot left under the caller's id
+    // by an ended thread goes to `pending` with the variable's destroyer: it is never inherited.
+    static Slot* own(Variable& variable, const Caller& caller,
+                     std::vector<PendingDestruction>& pending) {
+        auto it = variable.objects.find(caller.id);
+        if (it == variable.objects.end()) return nullptr;
+        if (it->second.serial == caller.serial) return &it->second;
+        pending.push_back({it->second.object, variable.destroyer});
+        variable.objects.erase(it);
+        slotsErased();
+        return nullptr;
     }
 
     void remember(int id, void** slot) const {
@@ -271,6 +313,7 @@ ThreadObjectDepot::~ThreadObjectDepot() {
 }
 
 int ThreadObjectDepot::registerObject(Creator creator, Destroyer destroyer) {
+    reportEndedThreads();
     d->mutex.lock();
     const int id = d->nextId++;
     Private::Variable& variable = d->variables[id];
@@ -281,16 +324,23 @@ int ThreadObjectDepot::registerObject(Creator creator, Destroyer destroyer) {
 }
 
 bool ThreadObjectDepot::registerObject(int id, const void* object) {
-    const long threadId = Platform::currentThreadId();
+    reportEndedThreads();
+    const Caller caller;
+    std::vector<PendingDestruction> pending;
     d->mutex.lock();
-    const bool inserted =
-        d->variable(id).objects.emplace(threadId, const_cast<void*>(object)).second;
+    Private::Variable& variable = d->variable(id);
+    const bool inserted = !Private::own(variable, caller, pending);
+    if (inserted)
+        variable.objects.emplace(caller.id,
+                                 Private::Slot{caller.serial, const_cast<void*>(object)});
     d->mutex.unlock();
+    destroyAll(pending);
     if (inserted) Platform::armThreadExitHook();
     return inserted;
 }
 
 void ThreadObjectDepot::unregisterObject(int id, const Destroyer& destroyer) {
+    reportEndedThreads();
     std::vector<PendingDestruction> pending;
     d->mutex.lock();
     if (Private::Variable* variable = d->findVariable(id)) {
@@ -302,6 +352,7 @@ void ThreadObjectDepot::unregisterObject(int id, const Destroyer& destroyer) {
 }
 
 void*& ThreadObjectDepot::getObject(int id, int* created, const Creator& creator) {
+    reportEndedThreads();
     const SlotCacheEntry& cached = cacheEntry(id);
     if (cached.depot == this && cached.id == id &&
         cached.epoch == g_slotEpoch.load(std::memory_order_acquire)) {
@@ -309,18 +360,20 @@ void*& ThreadObjectDepot::getObject(int id, int* created, const Creator& creator
         return *cached.slot;
     }
 
-    const long threadId = Platform::currentThreadId();
+    const Caller caller;
+    std::vector<PendingDestruction> pending;
     d->mutex.lock();
     Private::Variable* variable = &d->variable(id);
-    auto it = variable->objects.find(threadId);
-    if (it != variable->objects.end()) {
-        d->remember(id, &it->second);
+    if (Private::Slot* slot = Private::own(*variable, caller, pending)) {
+        d->remember(id, &slot->object);
         d->mutex.unlock();
         if (created) *created = 0;
-        return it->second;
+        return slot->object;
     }
     const Creator make = creator ? creator : variable->creator;
     d->mutex.unlock();
+    destroyAll(pending);
+    pending.clear();
 
     // The creator runs unlocked: making a value may itself use thread-local variables.
     void* object = make ? make() : nullptr;
@@ -328,44 +381,72 @@ void*& ThreadObjectDepot::getObject(int id, int* created, const Creator& creator
 
     d->mutex.lock();
     variable = &d->variable(id);
-    auto result = variable->objects.emplace(threadId, object);
+    Private::Slot* slot = Private::own(*variable, caller, pending);
     // A creator that used this same variable on this thread made the slot already; that slot
     // wins and the second object goes.
-    const Destroyer drop = result.second ? Destroyer() : variable->destroyer;
-    d->remember(id, &result.first->second);
+    const bool made = !slot;
+    if (made)
+        slot = &variable->objects.emplace(caller.id, Private::Slot{caller.serial, object})
+                    .first->second;
+    const Destroyer drop = made ? Destroyer() : variable->destroyer;
+    d->remember(id, &slot->object);
     d->mutex.unlock();
 
+    destroyAll(pending);
     if (drop && object) drop(object);
-    if (created) *created = result.second ? 1 : 0;
-    return result.first->second;
+    if (created) *created = made ? 1 : 0;
+    return slot->object;
 }
 
 bool ThreadObjectDepot::hasObject(int id) const {
-    const long threadId = Platform::currentThreadId();
+    reportEndedThreads();
+    const Caller caller;
     d->mutex.lock();
     Private::Variable* variable = d->findVariable(id);
-    const bool found = variable && variable->objects.count(threadId) != 0;
+    bool found = false;
+    if (variable) {
+        auto it = variable->objects.find(caller.id);
+        found = it != variable->objects.end() && it->second.serial == caller.serial;
+    }
     d->mutex.unlock();
     return found;
 }
 
 void* ThreadObjectDepot::setObject(int id, const void* object, const Creator&) {
-    const long threadId = Platform::currentThreadId();
+    reportEndedThreads();
+    const Caller caller;
+    std::vector<PendingDestruction> pending;
     d->mutex.lock();
-    void*& slot = d->variable(id).objects[threadId];
-    void* previous = slot;
-    slot = const_cast<void*>(object);
-    d->remember(id, &slot);
+    Private::Variable& variable = d->variable(id);
+    Private::Slot* slot = Private::own(variable, caller, pending);
+    if (!slot)
+        slot = &variable.objects.emplace(caller.id, Private::Slot{caller.serial, nullptr})
+                    .first->second;
+    void* previous = slot->object;
+    slot->object = const_cast<void*>(object);
+    d->remember(id, &slot->object);
     d->mutex.unlock();
+    destroyAll(pending);
     Platform::armThreadExitHook();
     return previous;
 }
 
 bool ThreadObjectDepot::destroyObject(int id, const Destroyer& destroyer) {
-    return destroyObject(Platform::currentThreadId(), id, destroyer);
+    reportEndedThreads();
+    const Caller caller;
+    std::vector<PendingDestruction> pending;
+    d->mutex.lock();
+    Private::Variable* variable = d->findVariable(id);
+    // A slot an ended thread left under the caller's id goes too, but is not the caller's.
+    const bool found = variable && Private::own(*variable, caller, pending) &&
+                       Private::takeOne(*variable, caller.id, destroyer, pending);
+    d->mutex.unlock();
+    destroyAll(pending);
+    return found;
 }
 
 bool ThreadObjectDepot::destroyObject(long threadId, int id, const Destroyer& destroyer) {
+    reportEndedThreads();
     std::vector<PendingDestruction> pending;
     d->mutex.lock();
     Private::Variable* variable = d->findVariable(id);
@@ -376,6 +457,7 @@ bool ThreadObjectDepot::destroyObject(long threadId, int id, const Destroyer& de
 }
 
 std::size_t ThreadObjectDepot::destroyAllObjects(int id, const Destroyer& destroyer) {
+    reportEndedThreads();
     std::vector<PendingDestruction> pending;
     d->mutex.lock();
     if (Private::Variable* variable = d->findVariable(id))
@@ -407,38 +489,50 @@ std::size_t ThreadObjectDepot::destroyThreadObjects(long threadId) {
 
 void ThreadObjectDepot::forEach(int id, const Visitor& visitor) const {
     if (!visitor) return;
+    reportEndedThreads();
     d->mutex.lock();
+    ++t_visiting;
     if (Private::Variable* variable = d->findVariable(id)) {
         for (auto& entry : variable->objects)
-            visitor(entry.first, entry.second);
+            visitor(entry.first, entry.second.object);
     }
+    --t_visiting;
     d->mutex.unlock();
 }
 
 std::size_t ThreadObjectDepot::cleanUp(int id, const Destroyer& destroyer,
                                        std::vector<long>& threadIds) {
-    std::vector<long> candidates;
+    reportEndedThreads();
+    struct Owner {
+        long id;
+        std::uint64_t serial;
+    };
+    std::vector<Owner> candidates;
     d->mutex.lock();
     if (Private::Variable* variable = d->findVariable(id)) {
         for (auto& entry : variable->objects)
-            candidates.push_back(entry.first);
+            candidates.push_back({entry.first, entry.second.serial});
     }
     d->mutex.unlock();
 
-    // Asking the system whether a thread runs can be slow, so it happens without the lock.
-    const long self = Platform::currentThreadId();
-    std::vector<long> ended;
-    for (long threadId : candidates) {
-        if (threadId != self && !Platform::isThreadAlive(threadId)) ended.push_back(threadId);
+    // Asking whether a thread runs takes the platform's own lock, so it happens without this one.
+    const std::uint64_t self = Platform::currentThreadSerial();
+    std::vector<Owner> ended;
+    for (const Owner& candidate : candidates) {
+        if (candidate.serial != self && !Platform::isThreadAlive(candidate.id, candidate.serial))
+            ended.push_back(candidate);
     }
     if (ended.empty()) return 0;
 
     std::vector<PendingDestruction> pending;
     d->mutex.lock();
     if (Private::Variable* variable = d->findVariable(id)) {
-        for (long threadId : ended) {
-            if (Private::takeOne(*variable, threadId, destroyer, pending))
-                threadIds.push_back(threadId);
+        for (const Owner& candidate : ended) {
+            // Only the slot that was judged: the id may have a new owner since.
+            auto it = variable->objects.find(candidate.id);
+            if (it == variable->objects.end() || it->second.serial != candidate.serial) continue;
+            if (Private::takeOne(*variable, candidate.id, destroyer, pending))
+                threadIds.push_back(candidate.id);
         }
     }
     d->mutex.unlock();
@@ -447,6 +541,7 @@ std::size_t ThreadObjectDepot::cleanUp(int id, const Destroyer& destroyer,
 }
 
 std::size_t ThreadObjectDepot::objectCount(int id) const {
+    reportEndedThreads();
     d->mutex.lock();
     Private::Variable* variable = d->findVariable(id);
     const std::size_t count = variable ? variable->objects.size() : 0;
@@ -477,6 +572,56 @@ ThreadObjectDepot& threadObjectDepot() {
 }
 
 } // namespace Internal
+
+// ---- ThreadLocalVariableBase --------------------------------------------------------------------
+
+ThreadLocalVariableBase::ThreadLocalVariableBase(std::function<void*()> creator,
+                                                 void (*destroyer)(void*))
+    : m_id(Internal::threadObjectDepot().registerObject(std::move(creator), destroyer)) {
+    if (ThreadManagedObjectGC* gc = QOR::ensureThreadLocalVariableGC()) gc->registerObject(this);
+}
+
+ThreadLocalVariableBase::~ThreadLocalVariableBase() {
+    if (ThreadManagedObjectGC* gc = QOR::threadLocalVariableGC.load()) gc->unregisterObject(this);
+    Internal::threadObjectDepot().unregisterObject(m_id);
+}
+
+void* ThreadLocalVariableBase::value() {
+    return Internal::threadObjectDepot().getObject(m_id);
+}
+
+bool ThreadLocalVariableBase::hasValue() const {
+    return Internal::threadObjectDepot().hasObject(m_id);
+}
+
+void* ThreadLocalVariableBase::exchange(void* value) {
+    return Internal::threadObjectDepot().setObject(m_id, value);
+}
+
+void ThreadLocalVariableBase::destroy() {
+    Internal::threadObjectDepot().destroyObject(m_id);
+}
+
+void ThreadLocalVariableBase::destroyAll() {
+    Internal::threadObjectDepot().destroyAllObjects(m_id);
+}
+
+void ThreadLocalVariableBase::visit(const std::function<void(long, void*)>& visitor) const {
+    Internal::threadObjectDepot().forEach(m_id, visitor);
+}
+
+std::size_t ThreadLocalVariableBase::size() const {
+    return Internal::threadObjectDepot().objectCount(m_id);
+}
+
+void ThreadLocalVariableBase::cleanUp(long threadId) {
+    if (threadId == -1) {
+        std::vector<long> ended;
+        Internal::threadObjectDepot().cleanUp(m_id, {}, ended);
+    } else {
+        Internal::threadObjectDepot().destroyObject(threadId, m_id);
+    }
+}
 
 } // namespace Core
 } // namespace Orvane

@@ -144,12 +144,47 @@ TEST(PlatformThread, ExitHookFiresOnceForArmedThreadsOnly) {
     }));
     ASSERT_TRUE(platformThread.join(-1));
 
+#ifdef _WIN32
+    // The loader reports ends under its lock; the hook runs only when asked for, off that lock.
+    EXPECT_TRUE(endedThreads().empty());
+#endif
+    P::runPendingThreadExits();
     std::vector<long> ended = endedThreads();
     std::sort(ended.begin(), ended.end());
     std::vector<long> expected{armedStd, armedPlatform};
     std::sort(expected.begin(), expected.end());
     EXPECT_EQ(ended, expected);
     P::setThreadExitHook(nullptr);
+}
+
+TEST(PlatformThread, SerialsNameOneThreadEach) {
+    const std::uint64_t mine = P::currentThreadSerial();
+    EXPECT_NE(mine, 0u);
+    EXPECT_EQ(P::currentThreadSerial(), mine);
+    EXPECT_TRUE(P::isThreadAlive(P::currentThreadId(), mine));
+
+    P::Semaphore mayEnd(0, 1), started(0, 1);
+    std::atomic<std::uint64_t> serial{0};
+    std::atomic<long> id{-1};
+    std::thread worker([&] {
+        id = P::currentThreadId();
+        serial = P::currentThreadSerial();
+        started.release();
+        mayEnd.acquire(-1);
+    });
+    started.acquire(-1);
+    EXPECT_NE(serial.load(), mine);
+    EXPECT_TRUE(P::isThreadAlive(id, serial));
+    EXPECT_FALSE(P::isThreadAlive(id, serial + 1000)) << "the id alone does not make it alive";
+    mayEnd.release();
+    worker.join();
+    // The end is recorded before the thread can be joined.
+    EXPECT_FALSE(P::isThreadAlive(id, serial));
+
+    std::uint64_t later = 0;
+    std::thread([&] { later = P::currentThreadSerial(); }).join();
+    EXPECT_GT(later, serial.load()) << "serials only grow";
+    EXPECT_FALSE(P::isThreadAlive(-1, mine));
 }
 
 // ---- mutexes and semaphores --------------------------------------------------------------------

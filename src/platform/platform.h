@@ -32,14 +32,25 @@ void yieldThread();
 /// Sleeps the calling thread for at least this many milliseconds.
 void sleepMs(long milliseconds);
 
-/// Called with the id of a thread as the thread ends, on that thread, for every thread that
-/// called armThreadExitHook() before. One hook per process; set it once before threads arm it.
-/// On Win32 the hook runs under the loader lock: it must not wait for other threads or load
-/// libraries.
+/// Called with the id of a thread once the thread has ended, for every thread that called
+/// armThreadExitHook() before. One hook per process; set it once before threads arm it. On POSIX
+/// the hook runs on the ending thread; on Win32 it runs later, from runPendingThreadExits().
 using ThreadExitHook = void (*)(long threadId);
 void setThreadExitHook(ThreadExitHook hook);
 /// Makes sure the hook runs when the calling thread ends; cheap after the first call per thread.
 void armThreadExitHook();
+
+/// The calling thread's serial: a number given on the thread's first call, never given to another
+/// thread of this process. The system reuses thread ids; an id with its serial names one thread.
+QORCOMMON_API std::uint64_t currentThreadSerial();
+/// Whether the thread with this id and serial still runs. Exact for threads that took a serial:
+/// their end is recorded as they end, before anyone can join them.
+QORCOMMON_API bool isThreadAlive(long threadId, std::uint64_t serial);
+/// Runs the exit hook for threads whose end was recorded but not yet reported. The Win32 loader
+/// tells the library of a thread's end under its lock, where no callback may run, so there the
+/// hook runs only here, on the thread that calls this; on POSIX it runs on the ending thread and
+/// this finds nothing to do. Cheap when nothing waits.
+QORCOMMON_API void runPendingThreadExits();
 
 /// A non-recursive mutex without heap allocation.
 class Mutex {
@@ -198,6 +209,15 @@ bool matchFileName(const std::string& name, const std::string& pattern);
 std::FILE* openFile(const std::string& path, const char* mode);
 /// Names (not paths) of the entries of a folder that match the pattern, sorted.
 std::vector<std::string> listDirectory(const std::string& folder, const std::string& pattern);
+
+/// Replaces the contents of a file so that, whatever happens meanwhile (a crash, a full disk,
+/// the process killed), the file holds either its old contents or the whole new ones. The data
+/// goes to a temporary file beside the target, made exclusively under an unpredictable name, is
+/// flushed to disk and renamed over the target. The target keeps its permissions (and owner
+/// where the process may set it); a symbolic link is written through, staying a link. On any
+/// failure the target is untouched, no temporary is left, and `error` says why.
+QORCOMMON_API bool replaceFileContents(const std::string& path, const void* data,
+                                       std::size_t size, std::string& error);
 
 // ---- time --------------------------------------------------------------------------------------
 

@@ -8,6 +8,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <fnmatch.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -135,6 +136,134 @@ bool copyFile(const std::string& from, const std::string& to, bool overwrite, st
         error = Posix::errorText(errno);
         return false;
     }
+    return true;
+}
+
+namespace {
+
+std::string withReason(const std::string& what, int code) {
+    return what + ": " + Posix::errorText(code);
+}
+
+// Follows a chain of symbolic links to the name that holds the data, whether or not that exists
+// yet, so that the link itself is kept. Relative link texts are read against the link's folder.
+bool finalName(const std::string& path, std::string& target, std::string& error) {
+    target = path;
+    for (int hops = 0;; ++hops) {
+        struct stat info {};
+        if (lstat(target.c_str(), &info) != 0 || !S_ISLNK(info.st_mode)) return true;
+        if (hops == 40) {
+            error = withReason("cannot follow the links of '" + path + "'", ELOOP);
+            return false;
+        }
+        std::string link(static_cast<size_t>(info.st_size > 0 ? info.st_size : 255) + 1, '\0');
+        const ssize_t length = readlink(target.c_str(), &link[0], link.size());
+        if (length < 0 || static_cast<size_t>(length) >= link.size()) {
+            error = withReason("cannot read the link '" + target + "'",
+                               length < 0 ? errno : ENAMETOOLONG);
+            return false;
+        }
+        link.resize(static_cast<size_t>(length));
+        const size_t slash = target.rfind('/');
+        if (link[0] != '/' && slash != std::string::npos) link = target.substr(0, slash + 1) + link;
+        target = link;
+    }
+}
+
+std::string randomSuffix() {
+    unsigned char bytes[8] = {};
+    size_t got = 0;
+    while (got < sizeof bytes) {
+        const ssize_t result = getrandom(bytes + got, sizeof bytes - got, 0);
+        if (result < 0) {
+            if (errno == EINTR) continue;
+            break; // no kernel source: the exclusive create still refuses a planted name
+        }
+        got += static_cast<size_t>(result);
+    }
+    static const char digits[] = "0123456789abcdef";
+    std::string text;
+    for (unsigned char byte : bytes) {
+        text += digits[byte >> 4];
+        text += digits[byte & 15];
+    }
+    return text;
+}
+
+void syncFolder(const std::string& folder) {
+    const int fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) return;
+    fsync(fd);
+    close(fd);
+}
+
+} // namespace
+
+bool replaceFileContents(const std::string& path, const void* data, size_t size,
+                         std::string& error) {
+    if (path.empty()) {
+        error = "empty path";
+        return false;
+    }
+    std::string target;
+    if (!finalName(path, target, error)) return false;
+    const size_t slash = target.rfind('/');
+    const std::string folder =
+        slash == std::string::npos ? "." : (slash == 0 ? "/" : target.substr(0, slash));
+    const std::string name = slash == std::string::npos ? target : target.substr(slash + 1);
+
+    struct stat existing {};
+    const bool exists = stat(target.c_str(), &existing) == 0;
+    if (exists && S_ISDIR(existing.st_mode)) {
+        error = withReason("cannot replace '" + target + "'", EISDIR);
+        return false;
+    }
+
+    // A new file gets the mode that creating it directly would give (0666 less the umask); an
+    // existing one's mode is set once the temporary is ours alone.
+    std::string temporary;
+    int fd = -1;
+    for (int attempt = 0; attempt < 8 && fd < 0; ++attempt) {
+        temporary = folder + "/." + name + "." + randomSuffix() + ".tmp";
+        fd = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, exists ? 0600 : 0666);
+        if (fd < 0 && errno != EEXIST) break;
+    }
+    if (fd < 0) {
+        error = withReason("cannot create a temporary file in '" + folder + "'", errno);
+        return false;
+    }
+
+    auto fail = [&](const std::string& what, int code) {
+        close(fd);
+        unlink(temporary.c_str());
+        error = withReason(what, code);
+        return false;
+    };
+    if (!writeAll(fd, static_cast<const char*>(data), size))
+        return fail("cannot write '" + temporary + "'", errno);
+    if (exists) {
+        // The owner can be given away by privileged processes only; others keep their own.
+        if (fchown(fd, existing.st_uid, existing.st_gid) != 0 && errno != EPERM)
+            return fail("cannot set the owner of '" + temporary + "'", errno);
+        if (fchmod(fd, existing.st_mode & 07777) != 0)
+            return fail("cannot set the permissions of '" + temporary + "'", errno);
+    }
+    if (fsync(fd) != 0) return fail("cannot flush '" + temporary + "' to disk", errno);
+    if (close(fd) != 0) {
+        const int code = errno;
+        unlink(temporary.c_str());
+        error = withReason("cannot write '" + temporary + "'", code);
+        return false;
+    }
+    if (rename(temporary.c_str(), target.c_str()) != 0) {
+        const int code = errno;
+        unlink(temporary.c_str());
+        error = withReason("cannot rename '" + temporary + "' to '" + target + "'", code);
+        return false;
+    }
+    // Makes the new name durable. The replacement has taken effect whatever this gives, so a
+    // folder that cannot be flushed is not reported as a failure to replace.
+    syncFolder(folder);
     return true;
 }
 

@@ -6,17 +6,20 @@
 #include <cerrno>
 #include <chrono>
 #include <climits>
+#include <cstdint>
 #include <condition_variable>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <memory>
 #include <mutex>
+#include <map>
 #include <new>
 
 #include <pthread.h>
 #include <sched.h>
 #include <semaphore.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace Orvane {
@@ -33,63 +36,39 @@ long currentProcessId() {
     return static_cast<long>(getpid());
 }
 
-namespace {
-
-// The kernel clears a joined thread's id before the task has left the thread group, so a plain
-// existence test could still see it just after pthread_join. The task's "exiting" flag is set
-// before that, which makes the answer exact for threads that were joined.
-constexpr unsigned long kTaskExitingFlag = 0x4; // PF_EXITING
-
-bool readTaskStat(long threadId, char& state, unsigned long& flags) {
-    char path[64];
-    std::snprintf(path, sizeof path, "/proc/self/task/%ld/stat", threadId);
-    std::FILE* file = std::fopen(path, "r");
-    if (!file) return false;
-    char buffer[512];
-    const size_t length = std::fread(buffer, 1, sizeof buffer - 1, file);
-    std::fclose(file);
-    buffer[length] = '\0';
-    // The command name in parentheses may itself hold spaces or parentheses.
-    const char* end = std::strrchr(buffer, ')');
-    if (!end) return false;
-    int pid = 0, group = 0, session = 0, tty = 0, terminalGroup = 0;
-    return std::sscanf(end + 1, " %c %d %d %d %d %d %lu", &state, &pid, &group, &session, &tty,
-                       &terminalGroup, &flags) == 7;
-}
-
-} // namespace
-
-bool isThreadAlive(long threadId) {
-    if (threadId <= 0) return false;
-    char state = 0;
-    unsigned long flags = 0;
-    if (!readTaskStat(threadId, state, flags)) return false;
-    return state != 'Z' && state != 'X' && (flags & kTaskExitingFlag) == 0;
-}
-
-void yieldThread() {
-    sched_yield();
-}
-
-void sleepMs(long milliseconds) {
-    if (milliseconds <= 0) return;
-    timespec remaining{milliseconds / 1000, (milliseconds % 1000) * 1000000L};
-    while (nanosleep(&remaining, &remaining) != 0 && errno == EINTR) {
-    }
-}
-
-// ---- thread exit hook --------------------------------------------------------------------------
+// ---- thread records and the exit hook ----------------------------------------------------------
 
 namespace {
+
+// What the library knows of a thread that took a serial. The pthread key's value is the record,
+// so the key's destructor, which runs as the thread ends and before it can be joined, marks it.
+struct ThreadRecord {
+    long id;
+    std::uint64_t serial;
+    std::atomic<bool> ended{false};
+    bool armed = false; // touched by its own thread only
+};
 
 std::atomic<ThreadExitHook> g_exitHook{nullptr};
+std::atomic<std::uint64_t> g_nextSerial{1};
 
-void onThreadKeyDestroyed(void*) {
-    if (ThreadExitHook hook = g_exitHook.load()) hook(currentThreadId());
+void onThreadKeyDestroyed(void* value) {
+    auto* record = static_cast<ThreadRecord*>(value);
+    const long id = record->id;
+    const bool armed = record->armed;
+    record->ended.store(true, std::memory_order_release);
+    if (!armed) return;
+    if (ThreadExitHook hook = g_exitHook.load()) hook(id);
 }
 
-// The key only signals the end of a thread. It is deleted when the library is unloaded so that
-// threads ending later do not call into unmapped code.
+// Whether the kernel still knows the id as a thread of this process. Signal 0 only checks, it
+// delivers nothing.
+bool kernelKnowsThread(long threadId) {
+    return syscall(SYS_tgkill, static_cast<long>(getpid()), threadId, 0) == 0 || errno == EPERM;
+}
+
+// The key is deleted when the library is unloaded so that threads ending later do not call into
+// unmapped code.
 struct ExitKey {
     pthread_key_t key{};
     bool valid = false;
@@ -104,7 +83,92 @@ ExitKey& exitKey() {
     return instance;
 }
 
+// The latest record of each thread id. A record goes when a new thread takes its id (the old
+// thread is gone by then) or, when many have piled up, once its thread has ended and the kernel
+// has let go of the id (the ending thread reads its record until then). A serial without a
+// record therefore belongs to a thread that has ended.
+struct Registry {
+    std::mutex mutex;
+    std::map<long, ThreadRecord*> records;
+    std::size_t addedSincePrune = 0;
+
+    void add(ThreadRecord* record) {
+        std::lock_guard<std::mutex> lock(mutex);
+        ThreadRecord*& slot = records[record->id];
+        delete slot;
+        slot = record;
+        if (++addedSincePrune < 1024) return;
+        addedSincePrune = 0;
+        for (auto it = records.begin(); it != records.end();) {
+            if (it->second->ended.load(std::memory_order_acquire) &&
+                !kernelKnowsThread(it->first)) {
+                delete it->second;
+                it = records.erase(it);
+            } else {
+                ++it;
+            }
+        }
+    }
+};
+
+Registry& registry() {
+    // Never destroyed: threads may still end while statics are destroyed at exit.
+    static Registry* instance = new Registry;
+    return *instance;
+}
+
+thread_local ThreadRecord* t_record = nullptr;
+
+ThreadRecord& ownRecord() {
+    if (ThreadRecord* record = t_record) return *record;
+    auto* record = new ThreadRecord{currentThreadId(), g_nextSerial.fetch_add(1), {}};
+    registry().add(record);
+    ExitKey& key = exitKey();
+    if (key.valid) pthread_setspecific(key.key, record);
+    t_record = record;
+    return *record;
+}
+
 } // namespace
+
+bool isThreadAlive(long threadId) {
+    if (threadId <= 0) return false;
+    {
+        Registry& known = registry();
+        std::lock_guard<std::mutex> lock(known.mutex);
+        // The record is exact where the kernel is not: it may show a joined thread a little
+        // longer. (A thread without a serial that took the id of an ended one whose record is
+        // still kept counts as ended; threads that use per-thread values all take serials.)
+        auto it = known.records.find(threadId);
+        if (it != known.records.end()) return !it->second->ended.load(std::memory_order_acquire);
+    }
+    return kernelKnowsThread(threadId);
+}
+
+bool isThreadAlive(long threadId, std::uint64_t serial) {
+    if (serial == 0) return isThreadAlive(threadId);
+    if (threadId <= 0) return false;
+    Registry& known = registry();
+    std::lock_guard<std::mutex> lock(known.mutex);
+    auto it = known.records.find(threadId);
+    return it != known.records.end() && it->second->serial == serial &&
+           !it->second->ended.load(std::memory_order_acquire);
+}
+
+std::uint64_t currentThreadSerial() {
+    return ownRecord().serial;
+}
+
+void yieldThread() {
+    sched_yield();
+}
+
+void sleepMs(long milliseconds) {
+    if (milliseconds <= 0) return;
+    timespec remaining{milliseconds / 1000, (milliseconds % 1000) * 1000000L};
+    while (nanosleep(&remaining, &remaining) != 0 && errno == EINTR) {
+    }
+}
 
 void setThreadExitHook(ThreadExitHook hook) {
     exitKey();
@@ -112,11 +176,11 @@ void setThreadExitHook(ThreadExitHook hook) {
 }
 
 void armThreadExitHook() {
-    thread_local bool armed = false;
-    if (armed) return;
-    ExitKey& key = exitKey();
-    // Any non-null value makes the key's destructor run at thread exit.
-    armed = key.valid && pthread_setspecific(key.key, &key) == 0;
+    ownRecord().armed = true;
+}
+
+void runPendingThreadExits() {
+    // The hook runs on each ending thread itself: nothing is ever left for later here.
 }
 
 // ---- mutexes -----------------------------------------------------------------------------------
@@ -282,6 +346,8 @@ void* threadEntry(void* argument) {
     std::unique_ptr<std::shared_ptr<ThreadState>> holder(
         static_cast<std::shared_ptr<ThreadState>*>(argument));
     ThreadState& state = **holder;
+    // With a record, whether the thread runs is known exactly once it has been joined.
+    currentThreadSerial();
     {
         std::lock_guard<std::mutex> lock(state.mutex);
         state.threadId = currentThreadId();

@@ -2,6 +2,7 @@
 #include "platform/platform.h"
 #include "platform/win32/win32support.h"
 
+#include <ntsecapi.h>
 #include <share.h>
 #include <shlwapi.h>
 
@@ -90,6 +91,147 @@ bool copyFile(const std::string& from, const std::string& to, bool overwrite, st
 bool removeFile(const std::string& path, std::string& error) {
     if (DeleteFileW(Win32::toWidePath(path).c_str())) return true;
     error = Win32::errorText(GetLastError());
+    return false;
+}
+
+namespace {
+
+std::string withReason(const std::string& what, DWORD code) {
+    return what + ": " + Win32::errorText(code);
+}
+
+// A symbolic link or junction is written through: the name is replaced by the final path of
+// what it points to, so that the link itself stays.
+bool finalName(const std::wstring& path, std::wstring& target, std::string& error) {
+    target = path;
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_REPARSE_POINT))
+        return true;
+    HANDLE file =
+        CreateFileW(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                    nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+        error = withReason("cannot follow the link '" + Win32::toUtf8(path) + "'", GetLastError());
+        return false;
+    }
+    wchar_t buffer[MAX_PATH + 1];
+    std::wstring resolved;
+    DWORD length = GetFinalPathNameByHandleW(file, buffer, MAX_PATH + 1, FILE_NAME_NORMALIZED);
+    if (length > MAX_PATH) {
+        resolved.assign(length, L'\0');
+        length = GetFinalPathNameByHandleW(file, &resolved[0], length, FILE_NAME_NORMALIZED);
+        resolved.resize(length);
+    } else if (length > 0) {
+        resolved.assign(buffer, length);
+    }
+    const DWORD code = GetLastError();
+    CloseHandle(file);
+    if (length == 0) {
+        error = withReason("cannot follow the link '" + Win32::toUtf8(path) + "'", code);
+        return false;
+    }
+    target = resolved;
+    return true;
+}
+
+std::wstring randomSuffix() {
+    unsigned char bytes[8] = {};
+    // Without the system's generator the exclusive create still refuses a planted name.
+    if (!RtlGenRandom(bytes, sizeof bytes)) {
+        const std::uint64_t fallback =
+            GetTickCount64() ^ (std::uint64_t(GetCurrentThreadId()) << 32);
+        for (size_t i = 0; i < sizeof bytes; ++i)
+            bytes[i] = static_cast<unsigned char>(fallback >> (8 * i));
+    }
+    static const wchar_t digits[] = L"0123456789abcdef";
+    std::wstring text;
+    for (unsigned char byte : bytes) {
+        text += digits[byte >> 4];
+        text += digits[byte & 15];
+    }
+    return text;
+}
+
+bool writeAll(HANDLE file, const void* data, size_t size) {
+    const char* next = static_cast<const char*>(data);
+    while (size > 0) {
+        const DWORD piece = size > 0x40000000 ? 0x40000000 : static_cast<DWORD>(size);
+        DWORD written = 0;
+        if (!WriteFile(file, next, piece, &written, nullptr) || written == 0) return false;
+        next += written;
+        size -= written;
+    }
+    return true;
+}
+
+} // namespace
+
+bool replaceFileContents(const std::string& path, const void* data, size_t size,
+                         std::string& error) {
+    if (path.empty()) {
+        error = "empty path";
+        return false;
+    }
+    std::wstring target;
+    if (!finalName(Win32::toWidePath(path), target, error)) return false;
+    const std::string targetText = Win32::toUtf8(target);
+    const DWORD attributes = GetFileAttributesW(target.c_str());
+    const bool exists = attributes != INVALID_FILE_ATTRIBUTES;
+    if (exists && (attributes & FILE_ATTRIBUTE_DIRECTORY)) {
+        error = withReason("cannot replace '" + targetText + "'", ERROR_DIRECTORY);
+        return false;
+    }
+    const size_t slash = target.find_last_of(L"\\");
+    const std::wstring folder = slash == std::wstring::npos ? L"." : target.substr(0, slash);
+    const std::wstring name = slash == std::wstring::npos ? target : target.substr(slash + 1);
+
+    std::wstring temporary;
+    HANDLE file = INVALID_HANDLE_VALUE;
+    DWORD code = ERROR_SUCCESS;
+    for (int attempt = 0; attempt < 8 && file == INVALID_HANDLE_VALUE; ++attempt) {
+        temporary = folder + L"\\" + name + L"." + randomSuffix() + L".tmp";
+        file = CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                           FILE_ATTRIBUTE_NORMAL, nullptr);
+        code = GetLastError();
+        if (file == INVALID_HANDLE_VALUE && code != ERROR_FILE_EXISTS) break;
+    }
+    if (file == INVALID_HANDLE_VALUE) {
+        error =
+            withReason("cannot create a temporary file in '" + Win32::toUtf8(folder) + "'", code);
+        return false;
+    }
+    const std::string temporaryText = Win32::toUtf8(temporary);
+    const bool written = writeAll(file, data, size);
+    code = GetLastError();
+    const bool flushed = written && FlushFileBuffers(file);
+    if (written && !flushed) code = GetLastError();
+    if (!CloseHandle(file) && flushed) {
+        code = GetLastError();
+        DeleteFileW(temporary.c_str());
+        error = withReason("cannot write '" + temporaryText + "'", code);
+        return false;
+    }
+    if (!flushed) {
+        DeleteFileW(temporary.c_str());
+        error =
+            withReason((written ? "cannot flush '" : "cannot write '") + temporaryText + "'", code);
+        return false;
+    }
+
+    // A rename, which replaces the target in one step (ReplaceFileW, which would also carry the
+    // target's security over, is not one step everywhere). A read-only target refuses it, as it
+    // refuses writing. The target's other attributes are put back afterwards.
+    if (MoveFileExW(temporary.c_str(), target.c_str(),
+                    MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+        const DWORD kept = exists ? attributes & (FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM |
+                                                  FILE_ATTRIBUTE_NOT_CONTENT_INDEXED)
+                                  : 0;
+        if (kept) SetFileAttributesW(target.c_str(), kept);
+        return true;
+    }
+    code = GetLastError();
+    DeleteFileW(temporary.c_str());
+    error = withReason("cannot replace '" + targetText + "'", code);
     return false;
 }
 

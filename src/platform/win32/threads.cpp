@@ -4,8 +4,11 @@
 #include "qorcommon/assertion.h"
 
 #include <atomic>
+#include <cstdint>
+#include <map>
 #include <memory>
 #include <new>
+#include <vector>
 
 namespace Orvane {
 namespace Core {
@@ -41,23 +44,145 @@ void sleepMs(long milliseconds) {
     if (milliseconds > 0) Sleep(static_cast<DWORD>(milliseconds));
 }
 
-// ---- thread exit hook --------------------------------------------------------------------------
+// ---- thread records and the exit hook ----------------------------------------------------------
 
 namespace {
 
+// What the library knows of a thread that took a serial. The record holds a handle to its thread,
+// which also keeps the system from giving the thread's id to a new thread until the record goes.
+struct ThreadRecord {
+    long id = 0;
+    std::uint64_t serial = 0;
+    HANDLE handle = nullptr;
+    bool armed = false;                // touched by its own thread only
+    std::atomic<bool> ended{false};    // set by the loader's detach notification
+    ThreadRecord* nextEnded = nullptr; // link in the list of ended threads
+};
+
 std::atomic<ThreadExitHook> g_exitHook{nullptr};
+std::atomic<std::uint64_t> g_nextSerial{1};
 // A system slot, not a C++ thread_local: it stays readable while the loader detaches the thread.
 DWORD g_exitSlot = TLS_OUT_OF_INDEXES;
+// Threads whose end the loader reported and that wait for runPendingThreadExits; pushed without
+// a lock, since the loader's lock is held while they are pushed.
+std::atomic<ThreadRecord*> g_ended{nullptr};
+
+// The latest record of each thread id, and the records of reported threads that had not quite
+// left when reported. Never taken under the loader lock.
+SRWLOCK g_registryLock = SRWLOCK_INIT;
+std::map<long, ThreadRecord*>* g_records = nullptr;
+std::vector<ThreadRecord*>* g_leaving = nullptr;
+
+struct RegistryLock {
+    RegistryLock() {
+        AcquireSRWLockExclusive(&g_registryLock);
+        if (!g_records) {
+            // Never freed: threads may still end while statics are destroyed at exit.
+            g_records = new std::map<long, ThreadRecord*>;
+            g_leaving = new std::vector<ThreadRecord*>;
+        }
+    }
+    ~RegistryLock() { ReleaseSRWLockExclusive(&g_registryLock); }
+    RegistryLock(const RegistryLock&) = delete;
+    RegistryLock& operator=(const RegistryLock&) = delete;
+};
+
+void freeRecord(ThreadRecord* record) {
+    if (record->handle) CloseHandle(record->handle);
+    delete record;
+}
+
+// Frees the records, reported before, of threads that have now wholly left. The caller holds the
+// registry lock.
+void freeLeftRecords() {
+    std::vector<ThreadRecord*>& leaving = *g_leaving;
+    for (std::size_t i = 0; i < leaving.size();) {
+        ThreadRecord* record = leaving[i];
+        if (record->handle && WaitForSingleObject(record->handle, 0) == WAIT_TIMEOUT) {
+            ++i;
+            continue;
+        }
+        auto it = g_records->find(record->id);
+        if (it != g_records->end() && it->second == record) g_records->erase(it);
+        freeRecord(record);
+        leaving[i] = leaving.back();
+        leaving.pop_back();
+    }
+}
+
+ThreadRecord* ownRecord() {
+    if (g_exitSlot == TLS_OUT_OF_INDEXES) return nullptr;
+    if (auto* record = static_cast<ThreadRecord*>(TlsGetValue(g_exitSlot))) return record;
+    auto* record = new ThreadRecord;
+    record->id = static_cast<long>(GetCurrentThreadId());
+    record->serial = g_nextSerial.fetch_add(1);
+    record->handle = OpenThread(SYNCHRONIZE, FALSE, GetCurrentThreadId());
+    {
+        RegistryLock lock;
+        ThreadRecord*& slot = (*g_records)[record->id];
+        // A record left under this id belongs to a thread that is gone. One the loader reported
+        // is freed by runPendingThreadExits; one it never reported (a terminated thread) here.
+        if (slot && !slot->ended.load(std::memory_order_acquire)) freeRecord(slot);
+        slot = record;
+        freeLeftRecords();
+    }
+    TlsSetValue(g_exitSlot, record);
+    return record;
+}
+
+// Runs under the loader lock: only marks the record and pushes it, taking no lock.
+void recordThreadEnd() {
+    if (g_exitSlot == TLS_OUT_OF_INDEXES) return;
+    auto* record = static_cast<ThreadRecord*>(TlsGetValue(g_exitSlot));
+    if (!record || record->ended.exchange(true, std::memory_order_acq_rel)) return;
+    ThreadRecord* head = g_ended.load(std::memory_order_relaxed);
+    do {
+        record->nextEnded = head;
+    } while (!g_ended.compare_exchange_weak(head, record, std::memory_order_release,
+                                            std::memory_order_relaxed));
+}
 
 } // namespace
+
+bool isThreadAlive(long threadId, std::uint64_t serial) {
+    if (serial == 0) return isThreadAlive(threadId);
+    if (threadId <= 0) return false;
+    RegistryLock lock;
+    auto it = g_records->find(threadId);
+    if (it == g_records->end() || it->second->serial != serial ||
+        it->second->ended.load(std::memory_order_acquire))
+        return false;
+    // A terminated thread is never reported by the loader; its handle tells.
+    HANDLE handle = it->second->handle;
+    return !handle || WaitForSingleObject(handle, 0) == WAIT_TIMEOUT;
+}
+
+std::uint64_t currentThreadSerial() {
+    ThreadRecord* record = ownRecord();
+    return record ? record->serial : 0;
+}
 
 void setThreadExitHook(ThreadExitHook hook) {
     g_exitHook = hook;
 }
 
 void armThreadExitHook() {
-    if (g_exitSlot != TLS_OUT_OF_INDEXES && !TlsGetValue(g_exitSlot))
-        TlsSetValue(g_exitSlot, &g_exitSlot);
+    if (ThreadRecord* record = ownRecord()) record->armed = true;
+}
+
+void runPendingThreadExits() {
+    if (!g_ended.load(std::memory_order_acquire)) return;
+    ThreadRecord* record = g_ended.exchange(nullptr, std::memory_order_acquire);
+    while (record) {
+        ThreadRecord* next = record->nextEnded;
+        if (record->armed) {
+            if (ThreadExitHook hook = g_exitHook.load()) hook(record->id);
+        }
+        RegistryLock lock;
+        g_leaving->push_back(record);
+        freeLeftRecords();
+        record = next;
+    }
 }
 
 } // namespace Platform
@@ -67,7 +192,8 @@ void armThreadExitHook() {
 // The loader calls this on every thread that ends in the process, however the thread was made
 // (CreateThread, std::thread, the thread pool). A TLS callback rather than DllMain: the same
 // objects form the DLL and the static library the tests link, and only a TLS callback runs in
-// an executable as well.
+// an executable as well. The loader holds its lock meanwhile, so a thread's end is only recorded
+// here and reported by runPendingThreadExits.
 namespace {
 
 void NTAPI onLoaderEvent(PVOID, DWORD reason, PVOID) {
@@ -77,10 +203,7 @@ void NTAPI onLoaderEvent(PVOID, DWORD reason, PVOID) {
         if (g_exitSlot == TLS_OUT_OF_INDEXES) g_exitSlot = TlsAlloc();
         break;
     case DLL_THREAD_DETACH:
-        if (g_exitSlot != TLS_OUT_OF_INDEXES && TlsGetValue(g_exitSlot)) {
-            TlsSetValue(g_exitSlot, nullptr);
-            if (ThreadExitHook hook = g_exitHook.load()) hook(currentThreadId());
-        }
+        recordThreadEnd();
         break;
     case DLL_PROCESS_DETACH:
         if (g_exitSlot != TLS_OUT_OF_INDEXES) TlsFree(g_exitSlot);
