@@ -7,6 +7,7 @@
 #include "qorcommon/assertion.h"
 #include "qorcommon/thread.h"
 #include "qorcommon/threadmanagedobject.h"
+#include "threadobjectdepot.h"
 
 #include <new>
 
