@@ -6,6 +6,9 @@
 #include "ctext.h"
 #include "qorcommon/stringlist.h"
 
+#include <memory>
+#include <utility>
+
 using namespace Orvane::Core;
 using namespace Orvane::Core::CApi;
 
@@ -36,8 +39,12 @@ QORCOMMON_API orv_StringList_ptr orv_stringlist_constructWithSplitting(const cha
                                                                        short skipEmpty) noexcept {
     return QOR_C_GUARDED(nullHandle<orv_StringList_ptr>(), [&] {
         if (!QOR_CHECK(str) || !QOR_CHECK(separator)) return nullHandle<orv_StringList_ptr>();
-        return construct<orv_StringList_ptr, StringList>(
-            StringList::split(str, separator, skipEmpty == 1));
+        StringList parts = StringList::split(str, separator, skipEmpty == 1);
+        std::unique_ptr<StringList> list(new StringList);
+        // Move-assigned rather than move-constructed: the assignment only swaps, while the move
+        // constructor allocates (and must not fail).
+        *list = std::move(parts);
+        return handleOf<orv_StringList_ptr>(list.release());
     });
 }
 

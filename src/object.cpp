@@ -9,6 +9,7 @@
 
 #include "platform/platform.h"
 
+#include <mutex>
 #include <new>
 #include <set>
 
@@ -122,9 +123,9 @@ void Object::registerChildObject(BaseObject* child) {
             delete made; // another thread made the registry first; p now holds its one
         }
     }
-    p->mutex.lock();
+    // A guard: the insertion may run out of memory, and the lock must not outlive it.
+    std::lock_guard<Platform::Mutex> lock(p->mutex);
     p->children.insert(child);
-    p->mutex.unlock();
 }
 
 void Object::unregisterChildObject(BaseObject* child) {
@@ -139,9 +140,8 @@ std::vector<BaseObject*> Object::getChildren() const {
     std::vector<BaseObject*> result;
     Private* p = d.load(std::memory_order_acquire);
     if (!p) return result;
-    p->mutex.lock();
+    std::lock_guard<Platform::Mutex> lock(p->mutex);
     result.assign(p->children.begin(), p->children.end());
-    p->mutex.unlock();
     return result;
 }
 
