@@ -8,6 +8,7 @@
 #include "platform/platform.h"
 
 #include <map>
+#include <mutex>
 #include <new>
 #include <set>
 #include <utility>
@@ -310,32 +311,38 @@ void*& ThreadObjectDepot::getObject(int id, int* created, const Creator& creator
     }
 
     const long threadId = Platform::currentThreadId();
-    d->mutex.lock();
-    Private::Variable* variable = &d->variable(id);
-    auto it = variable->objects.find(threadId);
-    if (it != variable->objects.end()) {
-        d->remember(id, &it->second);
-        d->mutex.unlock();
-        if (created) *created = 0;
-        return it->second;
+    Creator make;
+    Destroyer destroy;
+    {
+        // Guarded locks: the map operations may run out of memory.
+        std::lock_guard<Platform::RecursiveMutex> lock(d->mutex);
+        Private::Variable& variable = d->variable(id);
+        auto it = variable.objects.find(threadId);
+        if (it != variable.objects.end()) {
+            d->remember(id, &it->second);
+            if (created) *created = 0;
+            return it->second;
+        }
+        make = creator ? creator : variable.creator;
+        destroy = variable.destroyer;
     }
-    const Creator make = creator ? creator : variable->creator;
-    d->mutex.unlock();
 
     // The creator runs unlocked: making a value may itself use thread-local variables.
     void* object = make ? make() : nullptr;
-    Platform::armThreadExitHook();
-
-    d->mutex.lock();
-    variable = &d->variable(id);
-    auto result = variable->objects.emplace(threadId, object);
+    std::pair<std::map<long, void*>::iterator, bool> result;
+    try {
+        Platform::armThreadExitHook();
+        std::lock_guard<Platform::RecursiveMutex> lock(d->mutex);
+        result = d->variable(id).objects.emplace(threadId, object);
+        d->remember(id, &result.first->second);
+    } catch (...) {
+        // No slot for the new value: it goes rather than leaks.
+        if (object && destroy) destroy(object);
+        throw;
+    }
     // A creator that used this same variable on this thread made the slot already; that slot
     // wins and the second object goes.
-    const Destroyer drop = result.second ? Destroyer() : variable->destroyer;
-    d->remember(id, &result.first->second);
-    d->mutex.unlock();
-
-    if (drop && object) drop(object);
+    if (!result.second && object && destroy) destroy(object);
     if (created) *created = result.second ? 1 : 0;
     return result.first->second;
 }
