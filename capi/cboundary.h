@@ -6,8 +6,6 @@
 #include "qorcommon/assertion.h"
 
 #include <exception>
-#include <new>
-#include <string>
 #include <type_traits>
 #include <utility>
 
@@ -22,6 +20,9 @@ void reportCaught(const char* function, const std::exception* caught) noexcept;
 /// Runs `call` and returns its result; when it throws, reports the exception and returns
 /// `fallback`. The fall-back is taken by value so that it exists before the call can fail.
 template <class R, class Call> R guarded(const char* function, R fallback, Call&& call) noexcept {
+    // C results are plain values: handing back the fall-back must not fail in its turn.
+    static_assert(std::is_nothrow_copy_constructible<R>::value,
+                  "a C function's result must copy without throwing");
     try {
         return static_cast<R>(std::forward<Call>(call)());
     } catch (const std::exception& caught) {

@@ -1,12 +1,13 @@
-// The C face of the configuration handlers. No exception leaves these functions: a failed
-// allocation makes the call fail (0) or gives a null handle.
+// The C face of the configuration handlers. A failed allocation makes the call fail (0) or gives
+// a null handle.
 #include "qorcommon/c/config.h"
 
-#include "qorcommon/assertion.h"
-#include "qorcommon/confighandler.h"
+#include "cboundary.h"
+#include "chandles.h"
+#include "confighandles.h"
+#include "ctext.h"
 #include "qorcommon/envconfighandler.h"
 #include "qorcommon/memoryconfighandler.h"
-#include "qorcommon/threadmanagedobject.h"
 
 #include <string>
 #include <vector>
@@ -17,7 +18,7 @@ using Orvane::Core::EnvVarConfigHandler;
 using Orvane::Core::GC;
 using Orvane::Core::MemoryConfigHandler;
 using Orvane::Core::StringList;
-using Orvane::Core::ThreadLocalVariable;
+using namespace Orvane::Core::CApi;
 namespace CWrapper = Orvane::Core::CWrapper;
 
 namespace {
@@ -53,9 +54,7 @@ struct ResultBuffers {
 };
 
 ResultBuffers& buffers() {
-    // Never destroyed: threads may still call in while the process shuts down.
-    static auto* variable = new ThreadLocalVariable<ResultBuffers>;
-    return variable->get();
+    return threadBuffers<ResultBuffers>();
 }
 
 // The handler behind a handle; null (after the check failed) for a null handle or one that
@@ -67,28 +66,15 @@ ConfigHandler* handlerOf(orv_ConfigHandler_ptr configHandler) {
     return handler;
 }
 
-short result(bool ok) {
-    return ok ? 1 : 0;
+// Runs `call`, which says whether it succeeded, for a C result.
+template <class Call> short run(Call call) {
+    return cBool(call());
 }
 
-// Runs `call` and turns an escaping exception (memory running out) into a failure.
-template <class Call> short guarded(Call call) {
-    try {
-        return result(call());
-    } catch (...) {
-        return 0;
-    }
-}
-
-template <class Handler> orv_ConfigHandler_ptr construct(orv_ConfigHandler_ptr base) {
-    orv_ConfigHandler_ptr handle;
-    handle.obj = nullptr;
-    try {
-        GC<Handler> handler(new Handler(CWrapper::unwrapConfigHandler(base)));
-        return CWrapper::wrapConfigHandler(handler);
-    } catch (...) {
-        return handle;
-    }
+// A handle on a new handler of type Handler over `base`.
+template <class Handler> orv_ConfigHandler_ptr constructHandler(orv_ConfigHandler_ptr base) {
+    GC<Handler> handler(new Handler(CWrapper::unwrapConfigHandler(base)));
+    return CWrapper::wrapConfigHandler(handler);
 }
 
 // The string getters: the text is copied into the function's buffer.
@@ -97,7 +83,7 @@ short getString(orv_ConfigHandler_ptr configHandler, const char* path, const cha
                 std::string& buffer, Get get) {
     ConfigHandler* handler = handlerOf(configHandler);
     if (!handler || !QOR_CHECK(path != nullptr) || !QOR_CHECK(ret != nullptr)) return 0;
-    return guarded([&] {
+    return run([&] {
         if (!(handler->*get)(path, buffer, true)) return false;
         *ret = buffer.c_str();
         return true;
@@ -109,7 +95,7 @@ short getList1(orv_ConfigHandler_ptr configHandler, const char* path, orv_String
                StringList& buffer, Get get) {
     ConfigHandler* handler = handlerOf(configHandler);
     if (!handler || !QOR_CHECK(path != nullptr) || !QOR_CHECK(ret != nullptr)) return 0;
-    return guarded([&] {
+    return run([&] {
         // Cleared first: a handler that appends instead of replacing must not see old results.
         buffer.clear();
         if (!(handler->*get)(path, buffer, true)) return false;
@@ -125,7 +111,7 @@ short getList2(orv_ConfigHandler_ptr configHandler, const char* path, const char
     if (!handler || !QOR_CHECK(path != nullptr) || !QOR_CHECK(ret != nullptr) ||
         !QOR_CHECK(count != nullptr))
         return 0;
-    return guarded([&] {
+    return run([&] {
         buffer.list.clear();
         if (!(handler->*get)(path, buffer.list, true)) return false;
         buffer.publish(ret, count);
@@ -138,7 +124,7 @@ short setText(orv_ConfigHandler_ptr configHandler, const char* path, const char*
               Set set) {
     ConfigHandler* handler = handlerOf(configHandler);
     if (!handler || !QOR_CHECK(path != nullptr) || !QOR_CHECK(value != nullptr)) return 0;
-    return guarded([&] { return (handler->*set)(path, value, here != 0); });
+    return run([&] { return (handler->*set)(path, value, here != 0); });
 }
 
 template <class Set>
@@ -146,7 +132,7 @@ short setList1(orv_ConfigHandler_ptr configHandler, const char* path, orv_String
                short here, Set set) {
     ConfigHandler* handler = handlerOf(configHandler);
     if (!handler || !QOR_CHECK(path != nullptr) || !QOR_CHECK(value.obj != nullptr)) return 0;
-    return guarded(
+    return run(
         [&] { return (handler->*set)(path, *static_cast<StringList*>(value.obj), here != 0); });
 }
 
@@ -161,7 +147,7 @@ short setList2(orv_ConfigHandler_ptr configHandler, const char* path, const char
                long count, short here, Set set) {
     ConfigHandler* handler = handlerOf(configHandler);
     if (!handler || !QOR_CHECK(path != nullptr) || !validArray(value, count)) return 0;
-    return guarded([&] {
+    return run([&] {
         const StringList list = count > 0 ? StringList(value, count) : StringList();
         return (handler->*set)(path, list, here != 0);
     });
@@ -170,14 +156,14 @@ short setList2(orv_ConfigHandler_ptr configHandler, const char* path, const char
 template <class Cache> short cache(orv_ConfigHandler_ptr configHandler, Cache call) {
     ConfigHandler* handler = handlerOf(configHandler);
     if (!handler) return 0;
-    return guarded([&] { return call(handler); });
+    return run([&] { return call(handler); });
 }
 
 template <class Cache>
 short cacheWithPath(orv_ConfigHandler_ptr configHandler, const char* path, Cache call) {
     ConfigHandler* handler = handlerOf(configHandler);
     if (!handler || !QOR_CHECK(path != nullptr)) return 0;
-    return guarded([&] { return call(handler); });
+    return run([&] { return call(handler); });
 }
 
 } // namespace
@@ -187,283 +173,365 @@ extern "C" {
 // ---- handlers
 // ------------------------------------------------------------------------------------
 
-QORCOMMON_API orv_ConfigHandler_ptr orv_config_constructMemoryHandler(orv_ConfigHandler_ptr base) {
-    return construct<MemoryConfigHandler>(base);
+QORCOMMON_API orv_ConfigHandler_ptr
+orv_config_constructMemoryHandler(orv_ConfigHandler_ptr base) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_ConfigHandler_ptr>(), [&]() -> orv_ConfigHandler_ptr {
+        return constructHandler<MemoryConfigHandler>(base);
+    });
 }
 
-QORCOMMON_API orv_ConfigHandler_ptr orv_config_constructEnvVarHandler(orv_ConfigHandler_ptr base) {
-    orv_ConfigHandler_ptr handle;
-    handle.obj = nullptr;
-    try {
+QORCOMMON_API orv_ConfigHandler_ptr
+orv_config_constructEnvVarHandler(orv_ConfigHandler_ptr base) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_ConfigHandler_ptr>(), [&]() -> orv_ConfigHandler_ptr {
         GC<EnvVarConfigHandler> handler(
             new EnvVarConfigHandler(CWrapper::unwrapConfigHandler(base)));
         handler->init();
         return CWrapper::wrapConfigHandler(handler);
-    } catch (...) {
-        return handle;
-    }
+    });
 }
 
-QORCOMMON_API orv_ConfigHandler_ptr orv_config_constructCLAHandler(orv_ConfigHandler_ptr base) {
-    return construct<CLAConfigHandler>(base);
+QORCOMMON_API orv_ConfigHandler_ptr
+orv_config_constructCLAHandler(orv_ConfigHandler_ptr base) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_ConfigHandler_ptr>(), [&]() -> orv_ConfigHandler_ptr {
+        return constructHandler<CLAConfigHandler>(base);
+    });
 }
 
-QORCOMMON_API void orv_config_destruct(orv_ConfigHandler_ptr configHandler) {
-    if (!QOR_CHECK(configHandler.obj != nullptr)) return;
-    delete static_cast<GC<ConfigHandler>*>(configHandler.obj);
+QORCOMMON_API void orv_config_destruct(orv_ConfigHandler_ptr configHandler) noexcept {
+    QOR_C_GUARDED_VOID([&] {
+        if (QOR_CHECK(configHandler.obj != nullptr)) releaseGC<ConfigHandler>(configHandler);
+    });
 }
 
 // ---- reading
 // --------------------------------------------------------------------------------------
 
 QORCOMMON_API short orv_config_GetEntryAsString(orv_ConfigHandler_ptr configHandler,
-                                                const char* path, const char** ret) {
-    return getString(configHandler, path, ret, buffers().entryAsString,
-                     &ConfigHandler::getEntryAsString);
+                                                const char* path, const char** ret) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        return getString(configHandler, path, ret, buffers().entryAsString,
+                         &ConfigHandler::getEntryAsString);
+    });
 }
 
 QORCOMMON_API short orv_config_GetStringEntry(orv_ConfigHandler_ptr configHandler, const char* path,
-                                              const char** ret) {
-    return getString(configHandler, path, ret, buffers().stringEntry,
-                     &ConfigHandler::getStringEntry);
+                                              const char** ret) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        return getString(configHandler, path, ret, buffers().stringEntry,
+                         &ConfigHandler::getStringEntry);
+    });
 }
 
 QORCOMMON_API short orv_config_GetLongEntry(orv_ConfigHandler_ptr configHandler, const char* path,
-                                            long* ret) {
-    ConfigHandler* handler = handlerOf(configHandler);
-    if (!handler || !QOR_CHECK(path != nullptr) || !QOR_CHECK(ret != nullptr)) return 0;
-    return guarded([&] { return handler->getLongEntry(path, *ret, true); });
+                                            long* ret) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        ConfigHandler* handler = handlerOf(configHandler);
+        if (!handler || !QOR_CHECK(path != nullptr) || !QOR_CHECK(ret != nullptr)) return 0;
+        return run([&] { return handler->getLongEntry(path, *ret, true); });
+    });
 }
 
 QORCOMMON_API short orv_config_GetBooleanEntry(orv_ConfigHandler_ptr configHandler,
-                                               const char* path, short* ret) {
-    ConfigHandler* handler = handlerOf(configHandler);
-    if (!handler || !QOR_CHECK(path != nullptr) || !QOR_CHECK(ret != nullptr)) return 0;
-    return guarded([&] {
-        bool value = false;
-        if (!handler->getBooleanEntry(path, value, true)) return false;
-        *ret = value ? 1 : 0;
-        return true;
+                                               const char* path, short* ret) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        ConfigHandler* handler = handlerOf(configHandler);
+        if (!handler || !QOR_CHECK(path != nullptr) || !QOR_CHECK(ret != nullptr)) return 0;
+        return run([&] {
+            bool value = false;
+            if (!handler->getBooleanEntry(path, value, true)) return false;
+            *ret = cBool(value);
+            return true;
+        });
     });
 }
 
 QORCOMMON_API short orv_config_GetEntryAsStringList1(orv_ConfigHandler_ptr configHandler,
-                                                     const char* path, orv_StringList_ptr* ret) {
-    return getList1(configHandler, path, ret, buffers().entryAsStringList1,
-                    &ConfigHandler::getEntryAsStringList);
+                                                     const char* path,
+                                                     orv_StringList_ptr* ret) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        return getList1(configHandler, path, ret, buffers().entryAsStringList1,
+                        &ConfigHandler::getEntryAsStringList);
+    });
 }
 
 QORCOMMON_API short orv_config_GetEntryAsStringList2(orv_ConfigHandler_ptr configHandler,
                                                      const char* path, const char*** ret,
-                                                     long* count) {
-    return getList2(configHandler, path, ret, count, buffers().entryAsStringList2,
-                    &ConfigHandler::getEntryAsStringList);
+                                                     long* count) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        return getList2(configHandler, path, ret, count, buffers().entryAsStringList2,
+                        &ConfigHandler::getEntryAsStringList);
+    });
 }
 
 QORCOMMON_API short orv_config_GetStringListEntry1(orv_ConfigHandler_ptr configHandler,
-                                                   const char* path, orv_StringList_ptr* ret) {
-    return getList1(configHandler, path, ret, buffers().stringListEntry1,
-                    &ConfigHandler::getStringListEntry);
+                                                   const char* path,
+                                                   orv_StringList_ptr* ret) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        return getList1(configHandler, path, ret, buffers().stringListEntry1,
+                        &ConfigHandler::getStringListEntry);
+    });
 }
 
 QORCOMMON_API short orv_config_GetStringListEntry2(orv_ConfigHandler_ptr configHandler,
                                                    const char* path, const char*** ret,
-                                                   long* count) {
-    return getList2(configHandler, path, ret, count, buffers().stringListEntry2,
-                    &ConfigHandler::getStringListEntry);
+                                                   long* count) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        return getList2(configHandler, path, ret, count, buffers().stringListEntry2,
+                        &ConfigHandler::getStringListEntry);
+    });
 }
 
 QORCOMMON_API short orv_config_GetLongListEntry(orv_ConfigHandler_ptr configHandler,
-                                                const char* path, const long** ret, long* count) {
-    ConfigHandler* handler = handlerOf(configHandler);
-    if (!handler || !QOR_CHECK(path != nullptr) || !QOR_CHECK(ret != nullptr) ||
-        !QOR_CHECK(count != nullptr))
-        return 0;
-    return guarded([&] {
-        std::vector<long>& buffer = buffers().longList;
-        if (!handler->getLongListEntry(path, buffer, true)) return false;
-        *ret = buffer.data();
-        *count = static_cast<long>(buffer.size());
-        return true;
+                                                const char* path, const long** ret,
+                                                long* count) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        ConfigHandler* handler = handlerOf(configHandler);
+        if (!handler || !QOR_CHECK(path != nullptr) || !QOR_CHECK(ret != nullptr) ||
+            !QOR_CHECK(count != nullptr))
+            return 0;
+        return run([&] {
+            std::vector<long>& buffer = buffers().longList;
+            if (!handler->getLongListEntry(path, buffer, true)) return false;
+            *ret = buffer.data();
+            *count = static_cast<long>(buffer.size());
+            return true;
+        });
     });
 }
 
 QORCOMMON_API short orv_config_GetBooleanListEntry(orv_ConfigHandler_ptr configHandler,
                                                    const char* path, const short** ret,
-                                                   long* count) {
-    ConfigHandler* handler = handlerOf(configHandler);
-    if (!handler || !QOR_CHECK(path != nullptr) || !QOR_CHECK(ret != nullptr) ||
-        !QOR_CHECK(count != nullptr))
-        return 0;
-    return guarded([&] {
-        std::vector<bool> values;
-        if (!handler->getBooleanListEntry(path, values, true)) return false;
-        std::vector<short>& buffer = buffers().booleanList;
-        buffer.assign(values.begin(), values.end());
-        *ret = buffer.data();
-        *count = static_cast<long>(buffer.size());
-        return true;
+                                                   long* count) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        ConfigHandler* handler = handlerOf(configHandler);
+        if (!handler || !QOR_CHECK(path != nullptr) || !QOR_CHECK(ret != nullptr) ||
+            !QOR_CHECK(count != nullptr))
+            return 0;
+        return run([&] {
+            std::vector<bool> values;
+            if (!handler->getBooleanListEntry(path, values, true)) return false;
+            std::vector<short>& buffer = buffers().booleanList;
+            buffer.assign(values.begin(), values.end());
+            *ret = buffer.data();
+            *count = static_cast<long>(buffer.size());
+            return true;
+        });
     });
 }
 
 QORCOMMON_API short orv_config_GetKeyList1(orv_ConfigHandler_ptr configHandler, const char* path,
-                                           orv_StringList_ptr* ret) {
-    return getList1(configHandler, path, ret, buffers().keyList1, &ConfigHandler::getKeyList);
+                                           orv_StringList_ptr* ret) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        return getList1(configHandler, path, ret, buffers().keyList1, &ConfigHandler::getKeyList);
+    });
 }
 
 QORCOMMON_API short orv_config_GetKeyList2(orv_ConfigHandler_ptr configHandler, const char* path,
-                                           const char*** ret, long* count) {
-    return getList2(configHandler, path, ret, count, buffers().keyList2,
-                    &ConfigHandler::getKeyList);
+                                           const char*** ret, long* count) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        return getList2(configHandler, path, ret, count, buffers().keyList2,
+                        &ConfigHandler::getKeyList);
+    });
 }
 
 // ---- writing
 // --------------------------------------------------------------------------------------
 
 QORCOMMON_API short orv_config_SetEntryAsString(orv_ConfigHandler_ptr configHandler,
-                                                const char* path, const char* value, short here) {
-    return setText(configHandler, path, value, here, &ConfigHandler::setEntryAsString);
+                                                const char* path, const char* value,
+                                                short here) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        return setText(configHandler, path, value, here, &ConfigHandler::setEntryAsString);
+    });
 }
 
 QORCOMMON_API short orv_config_SetStringEntry(orv_ConfigHandler_ptr configHandler, const char* path,
-                                              const char* value, short here) {
-    return setText(configHandler, path, value, here, &ConfigHandler::setStringEntry);
+                                              const char* value, short here) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        return setText(configHandler, path, value, here, &ConfigHandler::setStringEntry);
+    });
 }
 
 QORCOMMON_API short orv_config_SetLongEntry(orv_ConfigHandler_ptr configHandler, const char* path,
-                                            long value, short here) {
-    ConfigHandler* handler = handlerOf(configHandler);
-    if (!handler || !QOR_CHECK(path != nullptr)) return 0;
-    return guarded([&] { return handler->setLongEntry(path, value, here != 0); });
+                                            long value, short here) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        ConfigHandler* handler = handlerOf(configHandler);
+        if (!handler || !QOR_CHECK(path != nullptr)) return 0;
+        return run([&] { return handler->setLongEntry(path, value, here != 0); });
+    });
 }
 
 QORCOMMON_API short orv_config_SetBooleanEntry(orv_ConfigHandler_ptr configHandler,
-                                               const char* path, short value, short here) {
-    ConfigHandler* handler = handlerOf(configHandler);
-    if (!handler || !QOR_CHECK(path != nullptr)) return 0;
-    return guarded([&] { return handler->setBooleanEntry(path, value != 0, here != 0); });
+                                               const char* path, short value, short here) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        ConfigHandler* handler = handlerOf(configHandler);
+        if (!handler || !QOR_CHECK(path != nullptr)) return 0;
+        return run([&] { return handler->setBooleanEntry(path, value != 0, here != 0); });
+    });
 }
 
 QORCOMMON_API short orv_config_SetEntryAsStringList1(orv_ConfigHandler_ptr configHandler,
                                                      const char* path, orv_StringList_ptr value,
-                                                     short here) {
-    return setList1(configHandler, path, value, here, &ConfigHandler::setEntryAsStringList);
+                                                     short here) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        return setList1(configHandler, path, value, here, &ConfigHandler::setEntryAsStringList);
+    });
 }
 
 QORCOMMON_API short orv_config_SetEntryAsStringList2(orv_ConfigHandler_ptr configHandler,
                                                      const char* path, const char* const* value,
-                                                     long count, short here) {
-    return setList2(configHandler, path, value, count, here, &ConfigHandler::setEntryAsStringList);
+                                                     long count, short here) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        return setList2(configHandler, path, value, count, here,
+                        &ConfigHandler::setEntryAsStringList);
+    });
 }
 
 QORCOMMON_API short orv_config_SetStringListEntry1(orv_ConfigHandler_ptr configHandler,
                                                    const char* path, orv_StringList_ptr value,
-                                                   short here) {
-    return setList1(configHandler, path, value, here, &ConfigHandler::setStringListEntry);
+                                                   short here) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        return setList1(configHandler, path, value, here, &ConfigHandler::setStringListEntry);
+    });
 }
 
 QORCOMMON_API short orv_config_SetStringListEntry2(orv_ConfigHandler_ptr configHandler,
                                                    const char* path, const char* const* value,
-                                                   long count, short here) {
-    return setList2(configHandler, path, value, count, here, &ConfigHandler::setStringListEntry);
+                                                   long count, short here) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        return setList2(configHandler, path, value, count, here,
+                        &ConfigHandler::setStringListEntry);
+    });
 }
 
 QORCOMMON_API short orv_config_SetLongListEntry(orv_ConfigHandler_ptr configHandler,
                                                 const char* path, const long* value, long count,
-                                                short here) {
-    ConfigHandler* handler = handlerOf(configHandler);
-    if (!handler || !QOR_CHECK(path != nullptr) || !validArray(value, count)) return 0;
-    return guarded([&] {
-        const std::vector<long> values(value, value + (count > 0 ? count : 0));
-        return handler->setLongListEntry(path, values, here != 0);
+                                                short here) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        ConfigHandler* handler = handlerOf(configHandler);
+        if (!handler || !QOR_CHECK(path != nullptr) || !validArray(value, count)) return 0;
+        return run([&] {
+            const std::vector<long> values(value, value + (count > 0 ? count : 0));
+            return handler->setLongListEntry(path, values, here != 0);
+        });
     });
 }
 
 QORCOMMON_API short orv_config_SetBooleanListEntry(orv_ConfigHandler_ptr configHandler,
                                                    const char* path, const short* value, long count,
-                                                   short here) {
-    ConfigHandler* handler = handlerOf(configHandler);
-    if (!handler || !QOR_CHECK(path != nullptr) || !validArray(value, count)) return 0;
-    return guarded([&] {
-        std::vector<bool> values;
-        for (long i = 0; i < count; ++i)
-            values.push_back(value[i] != 0);
-        return handler->setBooleanListEntry(path, values, here != 0);
+                                                   short here) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        ConfigHandler* handler = handlerOf(configHandler);
+        if (!handler || !QOR_CHECK(path != nullptr) || !validArray(value, count)) return 0;
+        return run([&] {
+            std::vector<bool> values;
+            for (long i = 0; i < count; ++i)
+                values.push_back(value[i] != 0);
+            return handler->setBooleanListEntry(path, values, here != 0);
+        });
     });
 }
 
 QORCOMMON_API short orv_config_SetKey(orv_ConfigHandler_ptr configHandler, const char* path,
-                                      short here) {
-    ConfigHandler* handler = handlerOf(configHandler);
-    if (!handler || !QOR_CHECK(path != nullptr)) return 0;
-    return guarded([&] { return handler->setKey(path, here != 0); });
+                                      short here) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        ConfigHandler* handler = handlerOf(configHandler);
+        if (!handler || !QOR_CHECK(path != nullptr)) return 0;
+        return run([&] { return handler->setKey(path, here != 0); });
+    });
 }
 
 // ---- cache
 // ------------------------------------------------------------------------------------------
 
-QORCOMMON_API short orv_config_UpdateCache1(orv_ConfigHandler_ptr configHandler) {
-    return cache(configHandler, [](ConfigHandler* h) { return h->updateCache(true); });
+QORCOMMON_API short orv_config_UpdateCache1(orv_ConfigHandler_ptr configHandler) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        return cache(configHandler, [](ConfigHandler* h) { return h->updateCache(true); });
+    });
 }
 
-QORCOMMON_API short orv_config_UpdateCache2(orv_ConfigHandler_ptr configHandler, const char* path) {
-    return cacheWithPath(configHandler, path,
-                         [&](ConfigHandler* h) { return h->updateCache(path, true); });
+QORCOMMON_API short orv_config_UpdateCache2(orv_ConfigHandler_ptr configHandler,
+                                            const char* path) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        return cacheWithPath(configHandler, path,
+                             [&](ConfigHandler* h) { return h->updateCache(path, true); });
+    });
 }
 
-QORCOMMON_API short orv_config_UpdateCache3(orv_ConfigHandler_ptr configHandler, short recursive) {
-    return cache(configHandler, [&](ConfigHandler* h) { return h->updateCache(recursive != 0); });
+QORCOMMON_API short orv_config_UpdateCache3(orv_ConfigHandler_ptr configHandler,
+                                            short recursive) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        return cache(configHandler,
+                     [&](ConfigHandler* h) { return h->updateCache(recursive != 0); });
+    });
 }
 
 QORCOMMON_API short orv_config_UpdateCache4(orv_ConfigHandler_ptr configHandler, const char* path,
-                                            short recursive) {
-    return cacheWithPath(configHandler, path,
-                         [&](ConfigHandler* h) { return h->updateCache(path, recursive != 0); });
+                                            short recursive) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        return cacheWithPath(configHandler, path, [&](ConfigHandler* h) {
+            return h->updateCache(path, recursive != 0);
+        });
+    });
 }
 
-QORCOMMON_API short orv_config_FlushCache1(orv_ConfigHandler_ptr configHandler) {
-    return cache(configHandler, [](ConfigHandler* h) { return h->flushCache(true); });
+QORCOMMON_API short orv_config_FlushCache1(orv_ConfigHandler_ptr configHandler) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        return cache(configHandler, [](ConfigHandler* h) { return h->flushCache(true); });
+    });
 }
 
-QORCOMMON_API short orv_config_FlushCache2(orv_ConfigHandler_ptr configHandler, const char* path) {
-    return cacheWithPath(configHandler, path,
-                         [&](ConfigHandler* h) { return h->flushCache(path, true); });
+QORCOMMON_API short orv_config_FlushCache2(orv_ConfigHandler_ptr configHandler,
+                                           const char* path) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        return cacheWithPath(configHandler, path,
+                             [&](ConfigHandler* h) { return h->flushCache(path, true); });
+    });
 }
 
-QORCOMMON_API short orv_config_FlushCache3(orv_ConfigHandler_ptr configHandler, short recursive) {
-    return cache(configHandler, [&](ConfigHandler* h) { return h->flushCache(recursive != 0); });
+QORCOMMON_API short orv_config_FlushCache3(orv_ConfigHandler_ptr configHandler,
+                                           short recursive) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        return cache(configHandler,
+                     [&](ConfigHandler* h) { return h->flushCache(recursive != 0); });
+    });
 }
 
 QORCOMMON_API short orv_config_FlushCache4(orv_ConfigHandler_ptr configHandler, const char* path,
-                                           short recursive) {
-    return cacheWithPath(configHandler, path,
-                         [&](ConfigHandler* h) { return h->flushCache(path, recursive != 0); });
+                                           short recursive) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        return cacheWithPath(configHandler, path,
+                             [&](ConfigHandler* h) { return h->flushCache(path, recursive != 0); });
+    });
 }
 
 // ---- status
 // -------------------------------------------------------------------------------------------
 
 QORCOMMON_API short orv_config_IsOperationSupported(orv_ConfigHandler_ptr configHandler,
-                                                    int operation) {
-    ConfigHandler* handler = handlerOf(configHandler);
-    if (!handler) return 0;
-    return result(handler->isOperationSupported(static_cast<ConfigHandler::Operation>(operation)));
+                                                    int operation) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        ConfigHandler* handler = handlerOf(configHandler);
+        if (!handler) return 0;
+        return cBool(
+            handler->isOperationSupported(static_cast<ConfigHandler::Operation>(operation)));
+    });
 }
 
-QORCOMMON_API int orv_config_GetHandlerStatus(orv_ConfigHandler_ptr configHandler) {
-    ConfigHandler* handler = handlerOf(configHandler);
-    if (!handler) return orv_ConfigStatus_NoError;
-    return handler->handlerStatus();
+QORCOMMON_API int orv_config_GetHandlerStatus(orv_ConfigHandler_ptr configHandler) noexcept {
+    return QOR_C_GUARDED(orv_ConfigStatus_Failed, [&]() -> int {
+        ConfigHandler* handler = handlerOf(configHandler);
+        if (!handler) return orv_ConfigStatus_NoError;
+        return handler->handlerStatus();
+    });
 }
 
-QORCOMMON_API const char* orv_config_GetLastError(orv_ConfigHandler_ptr configHandler) {
-    ConfigHandler* handler = handlerOf(configHandler);
-    if (!handler) return "";
-    try {
+QORCOMMON_API const char* orv_config_GetLastError(orv_ConfigHandler_ptr configHandler) noexcept {
+    return QOR_C_GUARDED(kEmptyText, [&]() -> const char* {
+        ConfigHandler* handler = handlerOf(configHandler);
+        if (!handler) return kEmptyText;
         return handler->getLastError().c_str();
-    } catch (...) {
-        return "";
-    }
+    });
 }
 
 } // extern "C"

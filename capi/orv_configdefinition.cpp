@@ -1,17 +1,17 @@
 // The C face of configuration definitions.
 #include "qorcommon/c/configdefinition.h"
 
-#include "qorcommon/assertion.h"
-#include "qorcommon/configdefinition.h"
+#include "cboundary.h"
+#include "confighandles.h"
 
-using Orvane::Core::ConfigDefinition;
-using Orvane::Core::GC;
+using namespace Orvane::Core;
 
 extern "C" {
 
-QORCOMMON_API void orv_DetachConfigDefinition(orv_ConfigDefinition_ptr obj) {
-    if (!QOR_CHECK(obj.obj)) return;
-    delete static_cast<GC<ConfigDefinition>*>(obj.obj);
+QORCOMMON_API void orv_DetachConfigDefinition(orv_ConfigDefinition_ptr obj) noexcept {
+    QOR_C_GUARDED_VOID([&] {
+        if (QOR_CHECK(obj.obj)) CApi::releaseGC<ConfigDefinition>(obj);
+    });
 }
 
 } // extern "C"

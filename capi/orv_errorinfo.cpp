@@ -1,8 +1,10 @@
 // The C face of error records: record builders, buffers, the conversions of CWrapper and the C
-// show-error handler. No exception leaves the C functions.
+// show-error handler.
 #include "qorcommon/c/errorinfo.h"
 
-#include "qorcommon/assertion.h"
+#include "cboundary.h"
+#include "chandles.h"
+#include "ctext.h"
 #include "qorcommon/cwrapper.h"
 #include "qorcommon/hash.h"
 #include "qorcommon/mutex.h"
@@ -10,7 +12,6 @@
 
 #include <cstring>
 #include <deque>
-#include <new>
 #include <string>
 #include <vector>
 
@@ -63,9 +64,7 @@ orv_CustomInfo BufferStorage::keep(const CustomInfo& customInfo) {
 
 namespace {
 
-std::string textOf(const char* text) {
-    return text ? std::string(text) : std::string();
-}
+using CApi::textOf;
 
 CustomInfo customInfoOf(unsigned count, const orv_CustomInfoItem* items) {
     CustomInfo info;
@@ -214,19 +213,13 @@ ErrorInfo toErrorInfo(const orv_ErrorInfo& record) {
 } // namespace Orvane
 
 using namespace Orvane::Core;
+using namespace Orvane::Core::CApi;
 using namespace Orvane::Core::CWrapper;
 
 namespace {
 
-template <class Buffer, class Handle> Handle constructBuffer() {
-    Handle handle;
-    handle.obj = new (std::nothrow) Buffer;
-    return handle;
-}
-
 template <class Buffer, class Handle> void destructBuffer(Handle buffer) {
-    if (!QOR_CHECK(buffer.obj)) return;
-    delete static_cast<Buffer*>(buffer.obj);
+    if (QOR_CHECK(buffer.obj)) delete objectOf<Buffer>(buffer);
 }
 
 // The record of empty texts that a failed _copy returns.
@@ -236,7 +229,7 @@ template <class Record> Record emptyRecord() {
     return record;
 }
 
-const char* const kEmpty = "";
+const char* const kEmpty = kEmptyText;
 
 orv_CodeLocation emptyCodeLocation() {
     orv_CodeLocation record = emptyRecord<orv_CodeLocation>();
@@ -266,23 +259,12 @@ orv_ModuleInfo emptyModuleInfo() {
     return record;
 }
 
-// Runs `convert` and gives `fallback` when it fails (allocation is the only cause).
-template <class Record, class Convert> Record guarded(Convert convert, Record fallback) {
-    try {
-        return convert();
-    } catch (...) {
-        return fallback;
-    }
-}
-
-const char* keptText(std::string& slot, const std::string& text) {
-    try {
-        slot = text;
-    } catch (...) {
-        slot.clear();
-    }
-    return slot.c_str();
-}
+// The text forms of the calling thread, one per function.
+struct TextBuffers {
+    std::string shortError;
+    std::string longError;
+    std::string codeLocation;
+};
 
 // ---- the C show-error handler ---------------------------------------------------------------
 
@@ -323,189 +305,230 @@ extern "C" {
 
 // ---- record builders ------------------------------------------------------------------------
 
-QORCOMMON_API orv_CodeLocation orv_CodeLocation_init(const char* file, int line,
-                                                     const char* function, int language,
-                                                     const char* comment, unsigned customInfoCount,
-                                                     const orv_CustomInfoItem* customInfoItems) {
-    orv_CodeLocation record;
-    record.file = file;
-    record.line = line;
-    record.function = function;
-    record.language = language;
-    record.comment = comment;
-    record.customInfo = orv_CustomInfo_init(customInfoCount, customInfoItems);
-    return record;
+QORCOMMON_API orv_CodeLocation orv_CodeLocation_init(
+    const char* file, int line, const char* function, int language, const char* comment,
+    unsigned customInfoCount, const orv_CustomInfoItem* customInfoItems) noexcept {
+    return QOR_C_GUARDED(emptyCodeLocation(), [&]() -> orv_CodeLocation {
+        orv_CodeLocation record;
+        record.file = file;
+        record.line = line;
+        record.function = function;
+        record.language = language;
+        record.comment = comment;
+        record.customInfo = orv_CustomInfo_init(customInfoCount, customInfoItems);
+        return record;
+    });
 }
 
-QORCOMMON_API orv_CodeLocation orv_CodeLocation_init1(const char* file, int line,
-                                                      const char* function, int language,
-                                                      const char* comment, unsigned customInfoCount,
-                                                      const orv_CustomInfoItem* customInfoItems) {
-    return orv_CodeLocation_init(file, line, function, language, comment, customInfoCount,
-                                 customInfoItems);
+QORCOMMON_API orv_CodeLocation orv_CodeLocation_init1(
+    const char* file, int line, const char* function, int language, const char* comment,
+    unsigned customInfoCount, const orv_CustomInfoItem* customInfoItems) noexcept {
+    return QOR_C_GUARDED(emptyCodeLocation(), [&]() -> orv_CodeLocation {
+        return orv_CodeLocation_init(file, line, function, language, comment, customInfoCount,
+                                     customInfoItems);
+    });
 }
 
 QORCOMMON_API orv_CodeLocation orv_CodeLocation_init2(const char* file, int line,
                                                       const char* function, int language,
-                                                      const char* comment) {
-    return orv_CodeLocation_init(file, line, function, language, comment, 0, nullptr);
+                                                      const char* comment) noexcept {
+    return QOR_C_GUARDED(emptyCodeLocation(), [&]() -> orv_CodeLocation {
+        return orv_CodeLocation_init(file, line, function, language, comment, 0, nullptr);
+    });
 }
 
 QORCOMMON_API orv_CodeLocation orv_CodeLocation_init3(const char* file, int line,
-                                                      const char* function, int language) {
-    return orv_CodeLocation_init(file, line, function, language, nullptr, 0, nullptr);
+                                                      const char* function, int language) noexcept {
+    return QOR_C_GUARDED(emptyCodeLocation(), [&]() -> orv_CodeLocation {
+        return orv_CodeLocation_init(file, line, function, language, nullptr, 0, nullptr);
+    });
 }
 
-QORCOMMON_API orv_CodeLocation orv_CodeLocation_init4(const char* file, int line) {
-    return orv_CodeLocation_init(file, line, nullptr, orv_Language_None, nullptr, 0, nullptr);
+QORCOMMON_API orv_CodeLocation orv_CodeLocation_init4(const char* file, int line) noexcept {
+    return QOR_C_GUARDED(emptyCodeLocation(), [&]() -> orv_CodeLocation {
+        return orv_CodeLocation_init(file, line, nullptr, orv_Language_None, nullptr, 0, nullptr);
+    });
 }
 
 QORCOMMON_API _orv_CodeLocationInput orv_CodeLocationInput_init(
     const char* file, int line, const char* function, int language, const char* comment,
-    unsigned customInfoCount, const orv_CustomInfoItem* customInfoItems) {
-    _orv_CodeLocationInput record;
-    record.file = file;
-    record.line = line;
-    record.function = function;
-    record.language = language;
-    record.comment = comment;
-    record.customInfo = orv_CustomInfoInput_init(customInfoCount, customInfoItems);
-    return record;
+    unsigned customInfoCount, const orv_CustomInfoItem* customInfoItems) noexcept {
+    return QOR_C_GUARDED(emptyRecord<_orv_CodeLocationInput>(), [&]() -> _orv_CodeLocationInput {
+        _orv_CodeLocationInput record;
+        record.file = file;
+        record.line = line;
+        record.function = function;
+        record.language = language;
+        record.comment = comment;
+        record.customInfo = orv_CustomInfoInput_init(customInfoCount, customInfoItems);
+        return record;
+    });
 }
 
-QORCOMMON_API orv_CustomInfo orv_CustomInfo_init(unsigned count, const orv_CustomInfoItem* items) {
-    orv_CustomInfo record;
-    record.count = count;
-    record.items = items;
-    return record;
+QORCOMMON_API orv_CustomInfo orv_CustomInfo_init(unsigned count,
+                                                 const orv_CustomInfoItem* items) noexcept {
+    return QOR_C_GUARDED(emptyRecord<orv_CustomInfo>(), [&]() -> orv_CustomInfo {
+        orv_CustomInfo record;
+        record.count = count;
+        record.items = items;
+        return record;
+    });
 }
 
-QORCOMMON_API _orv_CustomInfoInput orv_CustomInfoInput_init(unsigned count,
-                                                            const orv_CustomInfoItem* items) {
-    _orv_CustomInfoInput record;
-    record.count = count;
-    record.items = items;
-    return record;
+QORCOMMON_API _orv_CustomInfoInput
+orv_CustomInfoInput_init(unsigned count, const orv_CustomInfoItem* items) noexcept {
+    return QOR_C_GUARDED(emptyRecord<_orv_CustomInfoInput>(), [&]() -> _orv_CustomInfoInput {
+        _orv_CustomInfoInput record;
+        record.count = count;
+        record.items = items;
+        return record;
+    });
 }
 
 // ---- buffers --------------------------------------------------------------------------------
 
-QORCOMMON_API orv_ErrorInfo_Buffer_ptr orv_ErrorInfo_Buffer_construct(void) {
-    return constructBuffer<orv_ErrorInfo_Buffer, orv_ErrorInfo_Buffer_ptr>();
+QORCOMMON_API orv_ErrorInfo_Buffer_ptr orv_ErrorInfo_Buffer_construct(void) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_ErrorInfo_Buffer_ptr>(), [&]() -> orv_ErrorInfo_Buffer_ptr {
+        return construct<orv_ErrorInfo_Buffer_ptr, orv_ErrorInfo_Buffer>();
+    });
 }
 
-QORCOMMON_API void orv_ErrorInfo_Buffer_destruct(orv_ErrorInfo_Buffer_ptr buffer) {
-    destructBuffer<orv_ErrorInfo_Buffer>(buffer);
+QORCOMMON_API void orv_ErrorInfo_Buffer_destruct(orv_ErrorInfo_Buffer_ptr buffer) noexcept {
+    QOR_C_GUARDED_VOID([&] { destructBuffer<orv_ErrorInfo_Buffer>(buffer); });
 }
 
 QORCOMMON_API orv_ErrorInfo orv_ErrorInfo_Buffer_copy(orv_ErrorInfo_Buffer_ptr buffer,
-                                                      const orv_ErrorInfo* record) {
-    if (!QOR_CHECK(buffer.obj) || !QOR_CHECK(record)) return emptyErrorInfo();
-    auto* target = static_cast<orv_ErrorInfo_Buffer*>(buffer.obj);
-    return guarded([&] { return fromErrorInfo(toErrorInfo(*record), *target); }, emptyErrorInfo());
+                                                      const orv_ErrorInfo* record) noexcept {
+    return QOR_C_GUARDED(emptyErrorInfo(), [&]() -> orv_ErrorInfo {
+        if (!QOR_CHECK(buffer.obj) || !QOR_CHECK(record)) return emptyErrorInfo();
+        auto* target = static_cast<orv_ErrorInfo_Buffer*>(buffer.obj);
+        return fromErrorInfo(toErrorInfo(*record), *target);
+    });
 }
 
-QORCOMMON_API orv_CodeLocation_Buffer_ptr orv_CodeLocation_Buffer_construct(void) {
-    return constructBuffer<orv_CodeLocation_Buffer, orv_CodeLocation_Buffer_ptr>();
+QORCOMMON_API orv_CodeLocation_Buffer_ptr orv_CodeLocation_Buffer_construct(void) noexcept {
+    return QOR_C_GUARDED(
+        nullHandle<orv_CodeLocation_Buffer_ptr>(), [&]() -> orv_CodeLocation_Buffer_ptr {
+            return construct<orv_CodeLocation_Buffer_ptr, orv_CodeLocation_Buffer>();
+        });
 }
 
-QORCOMMON_API void orv_CodeLocation_Buffer_destruct(orv_CodeLocation_Buffer_ptr buffer) {
-    destructBuffer<orv_CodeLocation_Buffer>(buffer);
+QORCOMMON_API void orv_CodeLocation_Buffer_destruct(orv_CodeLocation_Buffer_ptr buffer) noexcept {
+    QOR_C_GUARDED_VOID([&] { destructBuffer<orv_CodeLocation_Buffer>(buffer); });
 }
 
-QORCOMMON_API orv_CodeLocation orv_CodeLocation_Buffer_copy(orv_CodeLocation_Buffer_ptr buffer,
-                                                            const orv_CodeLocation* record) {
-    if (!QOR_CHECK(buffer.obj) || !QOR_CHECK(record)) return emptyCodeLocation();
-    auto* target = static_cast<orv_CodeLocation_Buffer*>(buffer.obj);
-    return guarded([&] { return fromCodeLocation(toCodeLocation(*record), *target); },
-                   emptyCodeLocation());
+QORCOMMON_API orv_CodeLocation orv_CodeLocation_Buffer_copy(
+    orv_CodeLocation_Buffer_ptr buffer, const orv_CodeLocation* record) noexcept {
+    return QOR_C_GUARDED(emptyCodeLocation(), [&]() -> orv_CodeLocation {
+        if (!QOR_CHECK(buffer.obj) || !QOR_CHECK(record)) return emptyCodeLocation();
+        auto* target = static_cast<orv_CodeLocation_Buffer*>(buffer.obj);
+        return fromCodeLocation(toCodeLocation(*record), *target);
+    });
 }
 
-QORCOMMON_API orv_CustomInfo_Buffer_ptr orv_CustomInfo_Buffer_construct(void) {
-    return constructBuffer<orv_CustomInfo_Buffer, orv_CustomInfo_Buffer_ptr>();
+QORCOMMON_API orv_CustomInfo_Buffer_ptr orv_CustomInfo_Buffer_construct(void) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_CustomInfo_Buffer_ptr>(),
+                         [&]() -> orv_CustomInfo_Buffer_ptr {
+                             return construct<orv_CustomInfo_Buffer_ptr, orv_CustomInfo_Buffer>();
+                         });
 }
 
-QORCOMMON_API void orv_CustomInfo_Buffer_destruct(orv_CustomInfo_Buffer_ptr buffer) {
-    destructBuffer<orv_CustomInfo_Buffer>(buffer);
+QORCOMMON_API void orv_CustomInfo_Buffer_destruct(orv_CustomInfo_Buffer_ptr buffer) noexcept {
+    QOR_C_GUARDED_VOID([&] { destructBuffer<orv_CustomInfo_Buffer>(buffer); });
 }
 
 QORCOMMON_API orv_CustomInfo orv_CustomInfo_Buffer_copy(orv_CustomInfo_Buffer_ptr buffer,
-                                                        const orv_CustomInfo* record) {
-    if (!QOR_CHECK(buffer.obj) || !QOR_CHECK(record)) return emptyRecord<orv_CustomInfo>();
-    auto* target = static_cast<orv_CustomInfo_Buffer*>(buffer.obj);
-    return guarded([&] { return fromCustomInfo(toCustomInfo(*record), *target); },
-                   emptyRecord<orv_CustomInfo>());
+                                                        const orv_CustomInfo* record) noexcept {
+    return QOR_C_GUARDED(emptyRecord<orv_CustomInfo>(), [&]() -> orv_CustomInfo {
+        if (!QOR_CHECK(buffer.obj) || !QOR_CHECK(record)) return emptyRecord<orv_CustomInfo>();
+        auto* target = static_cast<orv_CustomInfo_Buffer*>(buffer.obj);
+        return fromCustomInfo(toCustomInfo(*record), *target);
+    });
 }
 
-QORCOMMON_API orv_NameInfo_Buffer_ptr orv_NameInfo_Buffer_construct(void) {
-    return constructBuffer<orv_NameInfo_Buffer, orv_NameInfo_Buffer_ptr>();
+QORCOMMON_API orv_NameInfo_Buffer_ptr orv_NameInfo_Buffer_construct(void) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_NameInfo_Buffer_ptr>(), [&]() -> orv_NameInfo_Buffer_ptr {
+        return construct<orv_NameInfo_Buffer_ptr, orv_NameInfo_Buffer>();
+    });
 }
 
-QORCOMMON_API void orv_NameInfo_Buffer_destruct(orv_NameInfo_Buffer_ptr buffer) {
-    destructBuffer<orv_NameInfo_Buffer>(buffer);
+QORCOMMON_API void orv_NameInfo_Buffer_destruct(orv_NameInfo_Buffer_ptr buffer) noexcept {
+    QOR_C_GUARDED_VOID([&] { destructBuffer<orv_NameInfo_Buffer>(buffer); });
 }
 
 QORCOMMON_API orv_NameInfo orv_NameInfo_Buffer_copy(orv_NameInfo_Buffer_ptr buffer,
-                                                    const orv_NameInfo* record) {
-    if (!QOR_CHECK(buffer.obj) || !QOR_CHECK(record)) return emptyNameInfo();
-    auto* target = static_cast<orv_NameInfo_Buffer*>(buffer.obj);
-    return guarded([&] { return toNameInfo(toNameInfo(*record), *target); }, emptyNameInfo());
+                                                    const orv_NameInfo* record) noexcept {
+    return QOR_C_GUARDED(emptyNameInfo(), [&]() -> orv_NameInfo {
+        if (!QOR_CHECK(buffer.obj) || !QOR_CHECK(record)) return emptyNameInfo();
+        auto* target = static_cast<orv_NameInfo_Buffer*>(buffer.obj);
+        return toNameInfo(toNameInfo(*record), *target);
+    });
 }
 
-QORCOMMON_API orv_ModuleInfo_Buffer_ptr orv_ModuleInfo_Buffer_construct(void) {
-    return constructBuffer<orv_ModuleInfo_Buffer, orv_ModuleInfo_Buffer_ptr>();
+QORCOMMON_API orv_ModuleInfo_Buffer_ptr orv_ModuleInfo_Buffer_construct(void) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_ModuleInfo_Buffer_ptr>(),
+                         [&]() -> orv_ModuleInfo_Buffer_ptr {
+                             return construct<orv_ModuleInfo_Buffer_ptr, orv_ModuleInfo_Buffer>();
+                         });
 }
 
-QORCOMMON_API void orv_ModuleInfo_Buffer_destruct(orv_ModuleInfo_Buffer_ptr buffer) {
-    destructBuffer<orv_ModuleInfo_Buffer>(buffer);
+QORCOMMON_API void orv_ModuleInfo_Buffer_destruct(orv_ModuleInfo_Buffer_ptr buffer) noexcept {
+    QOR_C_GUARDED_VOID([&] { destructBuffer<orv_ModuleInfo_Buffer>(buffer); });
 }
 
 QORCOMMON_API orv_ModuleInfo orv_ModuleInfo_Buffer_copy(orv_ModuleInfo_Buffer_ptr buffer,
-                                                        const orv_ModuleInfo* record) {
-    if (!QOR_CHECK(buffer.obj) || !QOR_CHECK(record)) return emptyModuleInfo();
-    auto* target = static_cast<orv_ModuleInfo_Buffer*>(buffer.obj);
-    return guarded([&] { return fromModuleInfo(toModuleInfo(*record), *target); },
-                   emptyModuleInfo());
+                                                        const orv_ModuleInfo* record) noexcept {
+    return QOR_C_GUARDED(emptyModuleInfo(), [&]() -> orv_ModuleInfo {
+        if (!QOR_CHECK(buffer.obj) || !QOR_CHECK(record)) return emptyModuleInfo();
+        auto* target = static_cast<orv_ModuleInfo_Buffer*>(buffer.obj);
+        return fromModuleInfo(toModuleInfo(*record), *target);
+    });
 }
 
 // ---- text forms -----------------------------------------------------------------------------
 
-QORCOMMON_API const char* orv_ErrorInfo_asShortString(const orv_ErrorInfo* record) {
-    thread_local std::string text;
-    if (!QOR_CHECK(record)) return kEmpty;
-    return guarded([&] { return keptText(text, toErrorInfo(*record).asShortString().str()); },
-                   kEmpty);
+QORCOMMON_API const char* orv_ErrorInfo_asShortString(const orv_ErrorInfo* record) noexcept {
+    return QOR_C_GUARDED(kEmptyText, [&]() -> const char* {
+        if (!QOR_CHECK(record)) return kEmpty;
+        return keepText(threadBuffers<TextBuffers>().shortError,
+                        toErrorInfo(*record).asShortString().str());
+    });
 }
 
-QORCOMMON_API const char* orv_ErrorInfo_asLongString(const orv_ErrorInfo* record) {
-    thread_local std::string text;
-    if (!QOR_CHECK(record)) return kEmpty;
-    return guarded([&] { return keptText(text, toErrorInfo(*record).asLongString().str()); },
-                   kEmpty);
+QORCOMMON_API const char* orv_ErrorInfo_asLongString(const orv_ErrorInfo* record) noexcept {
+    return QOR_C_GUARDED(kEmptyText, [&]() -> const char* {
+        if (!QOR_CHECK(record)) return kEmpty;
+        return keepText(threadBuffers<TextBuffers>().longError,
+                        toErrorInfo(*record).asLongString().str());
+    });
 }
 
-QORCOMMON_API const char* orv_CodeLocation_asString(const orv_CodeLocation* record) {
-    thread_local std::string text;
-    if (!QOR_CHECK(record)) return kEmpty;
-    return guarded([&] { return keptText(text, toCodeLocation(*record).asString().str()); },
-                   kEmpty);
+QORCOMMON_API const char* orv_CodeLocation_asString(const orv_CodeLocation* record) noexcept {
+    return QOR_C_GUARDED(kEmptyText, [&]() -> const char* {
+        if (!QOR_CHECK(record)) return kEmpty;
+        return keepText(threadBuffers<TextBuffers>().codeLocation,
+                        toCodeLocation(*record).asString().str());
+    });
 }
 
 // ---- showing errors -------------------------------------------------------------------------
 
 QORCOMMON_API orv_ShowErrorHandler orv_setShowErrorHandler(orv_ShowErrorHandler handler,
-                                                           void* context, void** previousContext) {
-    CShowErrorHook& hook = cShowErrorHook();
-    MutexLocker lock(hook.mutex);
-    void* previousCppContext = nullptr;
-    const Result::ShowErrorHandler previous = Result::setShowErrorHandler(
-        handler ? &callCShowErrorHandler : nullptr, nullptr, &previousCppContext);
-    const bool previousWasC = previous == &callCShowErrorHandler;
-    const orv_ShowErrorHandler previousC = previousWasC ? hook.handler : nullptr;
-    if (previousContext) *previousContext = previousWasC ? hook.context : nullptr;
-    hook.handler = handler;
-    hook.context = handler ? context : nullptr;
-    return previousC;
+                                                           void* context,
+                                                           void** previousContext) noexcept {
+    return QOR_C_GUARDED(static_cast<orv_ShowErrorHandler>(nullptr), [&]() -> orv_ShowErrorHandler {
+        CShowErrorHook& hook = cShowErrorHook();
+        MutexLocker lock(hook.mutex);
+        void* previousCppContext = nullptr;
+        const Result::ShowErrorHandler previous = Result::setShowErrorHandler(
+            handler ? &callCShowErrorHandler : nullptr, nullptr, &previousCppContext);
+        const bool previousWasC = previous == &callCShowErrorHandler;
+        const orv_ShowErrorHandler previousC = previousWasC ? hook.handler : nullptr;
+        if (previousContext) *previousContext = previousWasC ? hook.context : nullptr;
+        hook.handler = handler;
+        hook.context = handler ? context : nullptr;
+        return previousC;
+    });
 }
 
 } // extern "C"

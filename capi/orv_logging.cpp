@@ -1,7 +1,9 @@
 // The C face of logging: loggers, frames, entries and listeners.
 #include "qorcommon/c/logging.h"
 
-#include "qorcommon/assertion.h"
+#include "cboundary.h"
+#include "chandles.h"
+#include "ctext.h"
 #include "qorcommon/cwrapper.h"
 #include "qorcommon/logging.h"
 #include "qorcommon/loggingcwrapper.h"
@@ -124,19 +126,24 @@ GC<LoggingListener>* listenerHandle(orv_LoggingListener_ptr listener) {
 }
 
 orv_LoggingFrame_ptr frameHandle(LoggingFrame* frame) {
-    orv_LoggingFrame_ptr handle;
-    handle.obj = frame;
-    return handle;
+    return CApi::handleOf<orv_LoggingFrame_ptr>(frame);
 }
 
 orv_LogEntry_ptr entryHandle(LogEntry entry) {
-    orv_LogEntry_ptr handle;
-    handle.obj = new LogEntryObject(std::move(entry));
-    return handle;
+    return CApi::construct<orv_LogEntry_ptr, LogEntryObject>(std::move(entry));
 }
 
-std::string textOf(const char* text) {
-    return text ? std::string(text) : std::string();
+using CApi::textOf;
+
+// The texts and records that the calling thread was handed, one per function.
+struct ResultBuffers {
+    CWrapper::orv_LogEntry_Buffer entry;
+    std::string entryText;
+    std::string loggerName;
+};
+
+ResultBuffers& buffers() {
+    return CApi::threadBuffers<ResultBuffers>();
 }
 
 Logger::Priority priorityOf(int priority) {
@@ -254,79 +261,103 @@ orv_LogEntry makeRecord(int context, const char* text, long statusCode, const ch
 } // namespace Orvane
 
 using namespace Orvane::Core;
+using namespace Orvane::Core::CApi;
 
 // ---- frames -------------------------------------------------------------------------------------
 
 QORCOMMON_API orv_LoggingFrame_ptr orv_logging_BeginFrame(orv_Logger_ptr logger,
-                                                          orv_CodeLocation location) {
-    return beginFrame(logger, location);
+                                                          orv_CodeLocation location) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_LoggingFrame_ptr>(),
+                         [&]() -> orv_LoggingFrame_ptr { return beginFrame(logger, location); });
 }
 
 QORCOMMON_API orv_LoggingFrame_ptr orv_logging_BeginFrame1(orv_Logger_ptr logger,
-                                                           orv_CodeLocation location) {
-    return beginFrame(logger, location);
+                                                           orv_CodeLocation location) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_LoggingFrame_ptr>(),
+                         [&]() -> orv_LoggingFrame_ptr { return beginFrame(logger, location); });
 }
 
 QORCOMMON_API orv_LoggingFrame_ptr orv_logging_BeginFrame2(orv_Logger_ptr logger,
-                                                           const char* functionName) {
-    if (!loggerIsSet(logger)) return frameHandle(nullptr);
-    return frameHandle(
-        LoggingFrame::begin(*loggerHandle(logger), textOf(functionName), DateTime::now()));
+                                                           const char* functionName) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_LoggingFrame_ptr>(), [&]() -> orv_LoggingFrame_ptr {
+        if (!loggerIsSet(logger)) return frameHandle(nullptr);
+        return frameHandle(
+            LoggingFrame::begin(*loggerHandle(logger), textOf(functionName), DateTime::now()));
+    });
 }
 
 QORCOMMON_API void orv_logging_EndFrame(orv_LoggingFrame_ptr loggingFrame,
-                                        orv_CodeLocation location) {
-    if (frameIsSet(loggingFrame)) endFrame(loggingFrame, location);
+                                        orv_CodeLocation location) noexcept {
+    QOR_C_GUARDED_VOID([&] {
+        if (frameIsSet(loggingFrame)) endFrame(loggingFrame, location);
+    });
 }
 
 QORCOMMON_API void orv_logging_EndFrame1(orv_LoggingFrame_ptr loggingFrame,
-                                         orv_CodeLocation location) {
-    if (frameIsSet(loggingFrame)) endFrame(loggingFrame, location);
+                                         orv_CodeLocation location) noexcept {
+    QOR_C_GUARDED_VOID([&] {
+        if (frameIsSet(loggingFrame)) endFrame(loggingFrame, location);
+    });
 }
 
-QORCOMMON_API void orv_logging_EndFrame2(orv_LoggingFrame_ptr loggingFrame) {
-    if (frameIsSet(loggingFrame)) LoggingFrame::end(frameOf(loggingFrame), DateTime::now());
+QORCOMMON_API void orv_logging_EndFrame2(orv_LoggingFrame_ptr loggingFrame) noexcept {
+    QOR_C_GUARDED_VOID([&] {
+        if (frameIsSet(loggingFrame)) LoggingFrame::end(frameOf(loggingFrame), DateTime::now());
+    });
 }
 
-// Each variadic function formats in its own body: a va_list cannot be handed on before
-// va_start.
-#define QOR_FORMAT_ARGS(text, format)                                                              \
-    std::string text;                                                                              \
-    {                                                                                              \
-        va_list args;                                                                              \
-        va_start(args, format);                                                                    \
-        text = formatted(format, args);                                                            \
-        va_end(args);                                                                              \
-    }
+// Each variadic function starts its arguments in its own body (a va_list cannot be handed on
+// before va_start) and formats them inside the C boundary.
 
 QORCOMMON_API void orv_logging_EndFrame_retval(orv_LoggingFrame_ptr loggingFrame,
-                                               orv_CodeLocation location, const char* format, ...) {
-    if (!frameIsSet(loggingFrame)) return;
-    QOR_FORMAT_ARGS(text, format)
-    endFrameWithText(loggingFrame, location, text);
+                                               orv_CodeLocation location, const char* format,
+                                               ...) noexcept {
+    va_list args;
+    va_start(args, format);
+    QOR_C_GUARDED_VOID([&] {
+        if (!frameIsSet(loggingFrame)) return;
+        const std::string text = formatted(format, args);
+        endFrameWithText(loggingFrame, location, text);
+    });
+    va_end(args);
 }
 
 QORCOMMON_API void orv_logging_EndFrame_retval1(orv_LoggingFrame_ptr loggingFrame,
                                                 orv_CodeLocation location, const char* format,
-                                                ...) {
-    if (!frameIsSet(loggingFrame)) return;
-    QOR_FORMAT_ARGS(text, format)
-    endFrameWithText(loggingFrame, location, text);
+                                                ...) noexcept {
+    va_list args;
+    va_start(args, format);
+    QOR_C_GUARDED_VOID([&] {
+        if (!frameIsSet(loggingFrame)) return;
+        const std::string text = formatted(format, args);
+        endFrameWithText(loggingFrame, location, text);
+    });
+    va_end(args);
 }
 
 QORCOMMON_API void orv_logging_EndFrame_retval2(orv_LoggingFrame_ptr loggingFrame,
-                                                const char* functionName, const char* format, ...) {
-    if (!frameIsSet(loggingFrame)) return;
-    QOR_FORMAT_ARGS(text, format)
-    endFrameWithText(loggingFrame, functionName, text);
+                                                const char* functionName, const char* format,
+                                                ...) noexcept {
+    va_list args;
+    va_start(args, format);
+    QOR_C_GUARDED_VOID([&] {
+        if (!frameIsSet(loggingFrame)) return;
+        const std::string text = formatted(format, args);
+        endFrameWithText(loggingFrame, functionName, text);
+    });
+    va_end(args);
 }
 
 #define QOR_END_FRAME_RETVAL(type, name, where_type)                                               \
     QORCOMMON_API type name(type value, orv_LoggingFrame_ptr loggingFrame, where_type where,       \
-                            const char* format, ...) {                                             \
-        if (!frameIsSet(loggingFrame)) return value;                                               \
-        QOR_FORMAT_ARGS(text, format)                                                              \
-        endFrameWithText(loggingFrame, where, text);                                               \
+                            const char* format, ...) noexcept {                                    \
+        va_list args;                                                                              \
+        va_start(args, format);                                                                    \
+        QOR_C_GUARDED_VOID([&] {                                                                   \
+            if (frameIsSet(loggingFrame))                                                          \
+                endFrameWithText(loggingFrame, where, formatted(format, args));                    \
+        });                                                                                        \
+        va_end(args);                                                                              \
         return value;                                                                              \
     }
 
@@ -342,257 +373,374 @@ QOR_END_FRAME_RETVAL(const char*, orv_logging_EndFrame_retval2_str, const char*)
 #undef QOR_END_FRAME_RETVAL
 
 QORCOMMON_API short orv_logging_AddEntry1(orv_LoggingFrame_ptr loggingFrame, int priority,
-                                          orv_LogEntry_ptr entry) {
-    if (!frameIsSet(loggingFrame) || !entryIsSet(entry)) return 0;
-    return addEntry(loggingFrame, priority, entryObject(entry)->entry);
+                                          orv_LogEntry_ptr entry) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        if (!frameIsSet(loggingFrame) || !entryIsSet(entry)) return 0;
+        return addEntry(loggingFrame, priority, entryObject(entry)->entry);
+    });
 }
 
 QORCOMMON_API short orv_logging_AddEntry2(orv_LoggingFrame_ptr loggingFrame, int priority,
-                                          orv_LogEntry entry) {
-    if (!frameIsSet(loggingFrame)) return 0;
-    return addEntry(loggingFrame, priority, CWrapper::toLogEntry(&entry));
+                                          orv_LogEntry entry) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        if (!frameIsSet(loggingFrame)) return 0;
+        return addEntry(loggingFrame, priority, CWrapper::toLogEntry(&entry));
+    });
 }
 
 QORCOMMON_API short orv_logging_AddCall_short1(orv_LoggingFrame_ptr loggingFrame,
-                                               orv_CodeLocation location, const char* format, ...) {
-    if (!frameIsSet(loggingFrame)) return 0;
-    QOR_FORMAT_ARGS(text, format)
-    const CodeLocation where = CWrapper::toCodeLocation(location);
-    return addEntry(loggingFrame, Logger::Hint, callEntry(text, &where));
+                                               orv_CodeLocation location, const char* format,
+                                               ...) noexcept {
+    va_list args;
+    va_start(args, format);
+    const short result = QOR_C_GUARDED(cBool(false), [&]() -> short {
+        if (!frameIsSet(loggingFrame)) return 0;
+        const std::string text = formatted(format, args);
+        const CodeLocation where = CWrapper::toCodeLocation(location);
+        return addEntry(loggingFrame, Logger::Hint, callEntry(text, &where));
+    });
+    va_end(args);
+    return result;
 }
 
 QORCOMMON_API short orv_logging_AddCall_short2(orv_LoggingFrame_ptr loggingFrame,
-                                               const char* functionName, const char* format, ...) {
-    if (!frameIsSet(loggingFrame)) return 0;
-    QOR_FORMAT_ARGS(text, format)
-    CodeLocation where;
-    const bool located = functionLocation(functionName, where);
-    return addEntry(loggingFrame, Logger::Hint, callEntry(text, located ? &where : nullptr));
+                                               const char* functionName, const char* format,
+                                               ...) noexcept {
+    va_list args;
+    va_start(args, format);
+    const short result = QOR_C_GUARDED(cBool(false), [&]() -> short {
+        if (!frameIsSet(loggingFrame)) return 0;
+        const std::string text = formatted(format, args);
+        CodeLocation where;
+        const bool located = functionLocation(functionName, where);
+        return addEntry(loggingFrame, Logger::Hint, callEntry(text, located ? &where : nullptr));
+    });
+    va_end(args);
+    return result;
 }
 
 // ---- entry records ------------------------------------------------------------------------------
 
 QORCOMMON_API orv_LogEntry orv_LogEntry_init(orv_LogEntry* record, int context, const char* text,
                                              long statusCode, orv_CodeLocation location,
-                                             const char* customContext) {
-    orv_LogEntry filled = makeRecord(context, text, statusCode, customContext);
-    filled.location = location;
-    return fillRecord(record, filled);
+                                             const char* customContext) noexcept {
+    return QOR_C_GUARDED(makeRecord(0, kEmptyText, 0, kEmptyText), [&]() -> orv_LogEntry {
+        orv_LogEntry filled = makeRecord(context, text, statusCode, customContext);
+        filled.location = location;
+        return fillRecord(record, filled);
+    });
 }
 
 QORCOMMON_API orv_LogEntry orv_LogEntry_init1(orv_LogEntry* record, int context, const char* text,
                                               long statusCode, orv_CodeLocation location,
-                                              const char* customContext) {
-    return orv_LogEntry_init(record, context, text, statusCode, location, customContext);
+                                              const char* customContext) noexcept {
+    return QOR_C_GUARDED(makeRecord(0, kEmptyText, 0, kEmptyText), [&]() -> orv_LogEntry {
+        return orv_LogEntry_init(record, context, text, statusCode, location, customContext);
+    });
 }
 
 QORCOMMON_API orv_LogEntry orv_LogEntry_init2(orv_LogEntry* record, int context, const char* text,
-                                              long statusCode, const char* customContext) {
-    return fillRecord(record, makeRecord(context, text, statusCode, customContext));
+                                              long statusCode, const char* customContext) noexcept {
+    return QOR_C_GUARDED(makeRecord(0, kEmptyText, 0, kEmptyText), [&]() -> orv_LogEntry {
+        return fillRecord(record, makeRecord(context, text, statusCode, customContext));
+    });
 }
 
 // ---- entry objects ------------------------------------------------------------------------------
 
 QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_create(int context, const char* text, long statusCode,
                                                    orv_CodeLocation location,
-                                                   const char* customContext) {
-    const orv_LogEntry record =
-        orv_LogEntry_init(nullptr, context, text, statusCode, location, customContext);
-    return entryHandle(CWrapper::toLogEntry(&record));
+                                                   const char* customContext) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
+        const orv_LogEntry record =
+            orv_LogEntry_init(nullptr, context, text, statusCode, location, customContext);
+        return entryHandle(CWrapper::toLogEntry(&record));
+    });
 }
 
 QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_create1(int context, const char* text, long statusCode,
                                                     orv_CodeLocation location,
-                                                    const char* customContext) {
-    return orv_LogEntry_create(context, text, statusCode, location, customContext);
+                                                    const char* customContext) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
+        return orv_LogEntry_create(context, text, statusCode, location, customContext);
+    });
 }
 
 QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_create2(int context, const char* text, long statusCode,
-                                                    const char* customContext) {
-    return entryHandle(LogEntry(static_cast<LogEntry::Context>(context), textOf(text), statusCode,
-                                textOf(customContext)));
+                                                    const char* customContext) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
+        return entryHandle(LogEntry(static_cast<LogEntry::Context>(context), textOf(text),
+                                    statusCode, textOf(customContext)));
+    });
 }
 
 QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_createStatus(orv_CodeLocation location, long statusCode,
-                                                         const char* text) {
-    return entryHandle(
-        LogEntry::fromStatus(statusCode, textOf(text), CWrapper::toCodeLocation(location)));
+                                                         const char* text) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
+        return entryHandle(
+            LogEntry::fromStatus(statusCode, textOf(text), CWrapper::toCodeLocation(location)));
+    });
 }
 
 QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_createStatus1(orv_CodeLocation location,
-                                                          long statusCode, const char* text) {
-    return orv_LogEntry_createStatus(location, statusCode, text);
+                                                          long statusCode,
+                                                          const char* text) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
+        return orv_LogEntry_createStatus(location, statusCode, text);
+    });
 }
 
-QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_createStatus2(long statusCode, const char* text) {
-    return entryHandle(LogEntry::fromStatus(statusCode, textOf(text)));
+QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_createStatus2(long statusCode,
+                                                          const char* text) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
+        return entryHandle(LogEntry::fromStatus(statusCode, textOf(text)));
+    });
 }
 
 QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_createCustom(orv_CodeLocation location,
                                                          const char* customContext,
-                                                         const char* text) {
-    return entryHandle(LogEntry::fromCustomContext(textOf(customContext), textOf(text),
-                                                   CWrapper::toCodeLocation(location)));
+                                                         const char* text) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
+        return entryHandle(LogEntry::fromCustomContext(textOf(customContext), textOf(text),
+                                                       CWrapper::toCodeLocation(location)));
+    });
 }
 
 QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_createCustom1(orv_CodeLocation location,
                                                           const char* customContext,
-                                                          const char* text) {
-    return orv_LogEntry_createCustom(location, customContext, text);
+                                                          const char* text) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
+        return orv_LogEntry_createCustom(location, customContext, text);
+    });
 }
 
 QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_createCustom2(const char* customContext,
-                                                          const char* text) {
-    return entryHandle(LogEntry::fromCustomContext(textOf(customContext), textOf(text)));
+                                                          const char* text) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
+        return entryHandle(LogEntry::fromCustomContext(textOf(customContext), textOf(text)));
+    });
 }
 
 QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_createGeneral(orv_CodeLocation location,
-                                                          const char* format, ...) {
-    QOR_FORMAT_ARGS(text, format)
-    return entryHandle(LogEntry::fromGeneralMessage(text, CWrapper::toCodeLocation(location)));
+                                                          const char* format, ...) noexcept {
+    va_list args;
+    va_start(args, format);
+    const orv_LogEntry_ptr result =
+        QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
+            const std::string text = formatted(format, args);
+            return entryHandle(
+                LogEntry::fromGeneralMessage(text, CWrapper::toCodeLocation(location)));
+        });
+    va_end(args);
+    return result;
 }
 
 QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_createGeneral1(orv_CodeLocation location,
-                                                           const char* format, ...) {
-    QOR_FORMAT_ARGS(text, format)
-    return entryHandle(LogEntry::fromGeneralMessage(text, CWrapper::toCodeLocation(location)));
+                                                           const char* format, ...) noexcept {
+    va_list args;
+    va_start(args, format);
+    const orv_LogEntry_ptr result =
+        QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
+            const std::string text = formatted(format, args);
+            return entryHandle(
+                LogEntry::fromGeneralMessage(text, CWrapper::toCodeLocation(location)));
+        });
+    va_end(args);
+    return result;
 }
 
-QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_createGeneral2(const char* format, ...) {
-    QOR_FORMAT_ARGS(text, format)
-    return entryHandle(LogEntry::fromGeneralMessage(text));
+QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_createGeneral2(const char* format, ...) noexcept {
+    va_list args;
+    va_start(args, format);
+    const orv_LogEntry_ptr result =
+        QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
+            const std::string text = formatted(format, args);
+            return entryHandle(LogEntry::fromGeneralMessage(text));
+        });
+    va_end(args);
+    return result;
 }
 
 QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_createFromVariable(orv_CodeLocation location,
                                                                const char* name, const char* type,
-                                                               const char* format, ...) {
-    QOR_FORMAT_ARGS(value, format)
-    const CodeLocation where = CWrapper::toCodeLocation(location);
-    return entryHandle(variableEntry(name, type, value, &where));
+                                                               const char* format, ...) noexcept {
+    va_list args;
+    va_start(args, format);
+    const orv_LogEntry_ptr result =
+        QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
+            const std::string value = formatted(format, args);
+            const CodeLocation where = CWrapper::toCodeLocation(location);
+            return entryHandle(variableEntry(name, type, value, &where));
+        });
+    va_end(args);
+    return result;
 }
 
 QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_createFromVariable1(orv_CodeLocation location,
                                                                 const char* name, const char* type,
-                                                                const char* format, ...) {
-    QOR_FORMAT_ARGS(value, format)
-    const CodeLocation where = CWrapper::toCodeLocation(location);
-    return entryHandle(variableEntry(name, type, value, &where));
+                                                                const char* format, ...) noexcept {
+    va_list args;
+    va_start(args, format);
+    const orv_LogEntry_ptr result =
+        QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
+            const std::string value = formatted(format, args);
+            const CodeLocation where = CWrapper::toCodeLocation(location);
+            return entryHandle(variableEntry(name, type, value, &where));
+        });
+    va_end(args);
+    return result;
 }
 
 QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_createFromVariable3(const char* name, const char* type,
-                                                                const char* format, ...) {
-    QOR_FORMAT_ARGS(value, format)
-    return entryHandle(variableEntry(name, type, value, nullptr));
+                                                                const char* format, ...) noexcept {
+    va_list args;
+    va_start(args, format);
+    const orv_LogEntry_ptr result =
+        QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
+            const std::string value = formatted(format, args);
+            return entryHandle(variableEntry(name, type, value, nullptr));
+        });
+    va_end(args);
+    return result;
 }
-
-#undef QOR_FORMAT_ARGS
 
 QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_fromFunctionName1(orv_CodeLocation location,
                                                               const char* signature,
-                                                              const char* text) {
-    CodeLocation where = CWrapper::toCodeLocation(location);
-    where.setFunction(Logging::to_function_name(signature).c_str(), CodeLocation::Plain);
-    return entryHandle(LogEntry(LogEntry::General, textOf(text), 0, where));
+                                                              const char* text) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
+        CodeLocation where = CWrapper::toCodeLocation(location);
+        where.setFunction(Logging::to_function_name(signature).c_str(), CodeLocation::Plain);
+        return entryHandle(LogEntry(LogEntry::General, textOf(text), 0, where));
+    });
 }
 
 QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_fromFunctionName2(const char* signature,
-                                                              const char* text) {
-    const CodeLocation where(Logging::to_function_name(signature).c_str(), CodeLocation::Plain);
-    return entryHandle(LogEntry(LogEntry::General, textOf(text), 0, where));
+                                                              const char* text) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
+        const CodeLocation where(Logging::to_function_name(signature).c_str(), CodeLocation::Plain);
+        return entryHandle(LogEntry(LogEntry::General, textOf(text), 0, where));
+    });
 }
 
-QORCOMMON_API orv_LogEntry orv_LogEntry_get(orv_LogEntry_ptr entry) {
-    thread_local CWrapper::orv_LogEntry_Buffer buffer;
-    if (!entryIsSet(entry)) return CWrapper::fromLogEntry(LogEntry(), buffer);
-    return CWrapper::fromLogEntry(entryObject(entry)->entry, buffer);
+QORCOMMON_API orv_LogEntry orv_LogEntry_get(orv_LogEntry_ptr entry) noexcept {
+    return QOR_C_GUARDED(makeRecord(0, kEmptyText, 0, kEmptyText), [&]() -> orv_LogEntry {
+        CWrapper::orv_LogEntry_Buffer& buffer = buffers().entry;
+        if (!entryIsSet(entry)) return CWrapper::fromLogEntry(LogEntry(), buffer);
+        return CWrapper::fromLogEntry(entryObject(entry)->entry, buffer);
+    });
 }
 
-QORCOMMON_API const char* orv_LogEntry_asString(orv_LogEntry_ptr entry) {
-    thread_local std::string text;
-    text = entryIsSet(entry) ? entryObject(entry)->entry.asString().str() : std::string();
-    return text.c_str();
+QORCOMMON_API const char* orv_LogEntry_asString(orv_LogEntry_ptr entry) noexcept {
+    return QOR_C_GUARDED(kEmptyText, [&]() -> const char* {
+        return keepText(buffers().entryText, entryIsSet(entry)
+                                                 ? entryObject(entry)->entry.asString().str()
+                                                 : std::string());
+    });
 }
 
-QORCOMMON_API orv_Object_ptr orv_LogEntry_asObject(orv_LogEntry_ptr entry) {
-    orv_Object_ptr object;
-    object.obj = entryIsSet(entry) ? static_cast<Object*>(entryObject(entry)) : nullptr;
-    return object;
+QORCOMMON_API orv_Object_ptr orv_LogEntry_asObject(orv_LogEntry_ptr entry) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_Object_ptr>(), [&]() -> orv_Object_ptr {
+        orv_Object_ptr object;
+        object.obj = entryIsSet(entry) ? static_cast<Object*>(entryObject(entry)) : nullptr;
+        return object;
+    });
 }
 
-QORCOMMON_API void orv_LogEntry_destruct(orv_LogEntry_ptr entry) {
-    if (entryIsSet(entry)) delete entryObject(entry);
+QORCOMMON_API void orv_LogEntry_destruct(orv_LogEntry_ptr entry) noexcept {
+    QOR_C_GUARDED_VOID([&] {
+        if (entryIsSet(entry)) delete entryObject(entry);
+    });
 }
 
 // ---- simple logging -----------------------------------------------------------------------------
 
 QORCOMMON_API orv_Logger_ptr orv_SimpleLogging_init(const orv_ModuleInfo* moduleInfo,
-                                                    const char* loggerName) {
-    const ModuleInfo module = moduleInfo ? CWrapper::toModuleInfo(*moduleInfo) : ModuleInfo();
-    orv_Logger_ptr logger;
-    logger.obj = new GC<Logger>(Logging::initialHandler()->getLogger(textOf(loggerName), module));
-    return logger;
+                                                    const char* loggerName) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_Logger_ptr>(), [&]() -> orv_Logger_ptr {
+        const ModuleInfo module = moduleInfo ? CWrapper::toModuleInfo(*moduleInfo) : ModuleInfo();
+        return wrapGC<orv_Logger_ptr>(
+            Logging::initialHandler()->getLogger(textOf(loggerName), module));
+    });
 }
 
-QORCOMMON_API void orv_SimpleLogging_deinit(orv_Logger_ptr logger) {
-    if (loggerIsSet(logger)) delete loggerHandle(logger);
+QORCOMMON_API void orv_SimpleLogging_deinit(orv_Logger_ptr logger) noexcept {
+    QOR_C_GUARDED_VOID([&] {
+        if (loggerIsSet(logger)) releaseGC<Logger>(logger);
+    });
 }
 
-QORCOMMON_API orv_LoggingFrame_ptr orv_SimpleLogging_beginFrame(orv_Logger_ptr logger,
-                                                                orv_CodeLocation location) {
-    return beginFrame(logger, location);
+QORCOMMON_API orv_LoggingFrame_ptr
+orv_SimpleLogging_beginFrame(orv_Logger_ptr logger, orv_CodeLocation location) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_LoggingFrame_ptr>(),
+                         [&]() -> orv_LoggingFrame_ptr { return beginFrame(logger, location); });
 }
 
 QORCOMMON_API short orv_SimpleLogging_endFrame(orv_LoggingFrame_ptr loggingFrame,
-                                               orv_CodeLocation location) {
-    if (!frameIsSet(loggingFrame)) return 0;
-    endFrame(loggingFrame, location);
-    return 1;
+                                               orv_CodeLocation location) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        if (!frameIsSet(loggingFrame)) return 0;
+        endFrame(loggingFrame, location);
+        return 1;
+    });
 }
 
 QORCOMMON_API short orv_SimpleLogging_endFrame_rv(orv_LoggingFrame_ptr loggingFrame,
-                                                  orv_CodeLocation location, const char* retval) {
-    if (!frameIsSet(loggingFrame)) return 0;
-    endFrameWithText(loggingFrame, location, textOf(retval));
-    return 1;
+                                                  orv_CodeLocation location,
+                                                  const char* retval) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        if (!frameIsSet(loggingFrame)) return 0;
+        endFrameWithText(loggingFrame, location, textOf(retval));
+        return 1;
+    });
 }
 
 QORCOMMON_API void orv_SimpleLogging_addEntry(orv_LoggingFrame_ptr loggingFrame, int priority,
-                                              orv_LogEntry entry) {
-    if (frameIsSet(loggingFrame)) addEntry(loggingFrame, priority, CWrapper::toLogEntry(&entry));
+                                              orv_LogEntry entry) noexcept {
+    QOR_C_GUARDED_VOID([&] {
+        if (frameIsSet(loggingFrame))
+            addEntry(loggingFrame, priority, CWrapper::toLogEntry(&entry));
+    });
 }
 
-QORCOMMON_API const char* orv_Logger_name(orv_Logger_ptr logger) {
-    thread_local std::string name;
-    name = loggerIsSet(logger) && *loggerHandle(logger) ? (*loggerHandle(logger))->name()
-                                                        : std::string();
-    return name.c_str();
+QORCOMMON_API const char* orv_Logger_name(orv_Logger_ptr logger) noexcept {
+    return QOR_C_GUARDED(kEmptyText, [&]() -> const char* {
+        return keepText(buffers().loggerName, loggerIsSet(logger) && *loggerHandle(logger)
+                                                  ? (*loggerHandle(logger))->name()
+                                                  : std::string());
+    });
 }
 
 // ---- listeners ----------------------------------------------------------------------------------
 
 QORCOMMON_API orv_LoggingListener_ptr
-orv_LoggingListener_create(orv_LoggingListenerCallback callback, void* context) {
-    orv_LoggingListener_ptr listener;
-    listener.obj = QOR_CHECK(callback)
-                       ? new GC<LoggingListener>(new CLoggingListener(callback, context))
-                       : nullptr;
-    return listener;
+orv_LoggingListener_create(orv_LoggingListenerCallback callback, void* context) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_LoggingListener_ptr>(), [&]() -> orv_LoggingListener_ptr {
+        if (!QOR_CHECK(callback)) return nullHandle<orv_LoggingListener_ptr>();
+        return wrapGC<orv_LoggingListener_ptr>(
+            GC<LoggingListener>(new CLoggingListener(callback, context)));
+    });
 }
 
-QORCOMMON_API void orv_LoggingListener_destruct(orv_LoggingListener_ptr listener) {
-    if (listenerIsSet(listener)) delete listenerHandle(listener);
+QORCOMMON_API void orv_LoggingListener_destruct(orv_LoggingListener_ptr listener) noexcept {
+    QOR_C_GUARDED_VOID([&] {
+        if (listenerIsSet(listener)) releaseGC<LoggingListener>(listener);
+    });
 }
 
 QORCOMMON_API short orv_Logger_registerListener(orv_Logger_ptr logger,
-                                                orv_LoggingListener_ptr listener) {
-    if (!loggerIsSet(logger) || !listenerIsSet(listener) || !*loggerHandle(logger)) return 0;
-    const GC<LoggerHelper>& helper = LoggerHelperAccess::of(**loggerHandle(logger));
-    return helper->registerListener(*listenerHandle(listener)) ? 1 : 0;
+                                                orv_LoggingListener_ptr listener) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        if (!loggerIsSet(logger) || !listenerIsSet(listener) || !*loggerHandle(logger)) return 0;
+        const GC<LoggerHelper>& helper = LoggerHelperAccess::of(**loggerHandle(logger));
+        return helper->registerListener(*listenerHandle(listener)) ? 1 : 0;
+    });
 }
 
 QORCOMMON_API short orv_Logger_unregisterListener(orv_Logger_ptr logger,
-                                                  orv_LoggingListener_ptr listener) {
-    if (!loggerIsSet(logger) || !listenerIsSet(listener) || !*loggerHandle(logger)) return 0;
-    const GC<LoggerHelper>& helper = LoggerHelperAccess::of(**loggerHandle(logger));
-    return helper->unregisterListener(*listenerHandle(listener)) ? 1 : 0;
+                                                  orv_LoggingListener_ptr listener) noexcept {
+    return QOR_C_GUARDED(cBool(false), [&]() -> short {
+        if (!loggerIsSet(logger) || !listenerIsSet(listener) || !*loggerHandle(logger)) return 0;
+        const GC<LoggerHelper>& helper = LoggerHelperAccess::of(**loggerHandle(logger));
+        return helper->unregisterListener(*listenerHandle(listener)) ? 1 : 0;
+    });
 }

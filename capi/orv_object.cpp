@@ -2,11 +2,13 @@
 // variables so that a thread's root frame (with everything on it) goes when the thread ends.
 #include "qorcommon/c/object.h"
 
-#include "qorcommon/assertion.h"
+#include "cboundary.h"
+#include "chandles.h"
 #include "qorcommon/object.h"
 #include "qorcommon/threadmanagedobject.h"
 
 using namespace Orvane::Core;
+using namespace Orvane::Core::CApi;
 
 namespace {
 
@@ -87,84 +89,113 @@ Object* objectOf(orv_Object_ptr handle) {
 
 extern "C" {
 
-QORCOMMON_API orv_ObjectStackFrame_ptr orv_objectStack_newFrame(void) {
-    auto* frame = new ObjectStackFrame(actualFrame());
-    currentFrame() = frame;
-    return frameHandle(frame);
+QORCOMMON_API orv_ObjectStackFrame_ptr orv_objectStack_newFrame(void) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_ObjectStackFrame_ptr>(), [&]() -> orv_ObjectStackFrame_ptr {
+        // Everything that may fail comes before the frame is made, so a failure leaks nothing.
+        ObjectStackFrame*& current = currentFrame();
+        ObjectStackFrame* parent = actualFrame();
+        current = new ObjectStackFrame(parent);
+        return frameHandle(current);
+    });
 }
 
-QORCOMMON_API orv_ObjectStackFrame_ptr orv_objectStack_actualFrame(void) {
-    return frameHandle(actualFrame());
+QORCOMMON_API orv_ObjectStackFrame_ptr orv_objectStack_actualFrame(void) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_ObjectStackFrame_ptr>(),
+                         [&]() -> orv_ObjectStackFrame_ptr { return frameHandle(actualFrame()); });
 }
 
-QORCOMMON_API void orv_objectStack_deleteActualFrame(void) {
-    ObjectStackFrame*& current = currentFrame();
-    ObjectStackFrame* root = rootFrame();
-    ObjectStackFrame* frame = current;
-    if (!frame || frame == root) {
-        current = nullptr;
-        root->destroyChildren();
-        return;
-    }
-    current = frameAbove(frame, root);
-    delete frame;
+QORCOMMON_API void orv_objectStack_deleteActualFrame(void) noexcept {
+    QOR_C_GUARDED_VOID([&] {
+        ObjectStackFrame*& current = currentFrame();
+        ObjectStackFrame* root = rootFrame();
+        ObjectStackFrame* frame = current;
+        if (!frame || frame == root) {
+            current = nullptr;
+            root->destroyChildren();
+            return;
+        }
+        current = frameAbove(frame, root);
+        delete frame;
+    });
 }
 
-QORCOMMON_API orv_ObjectStackFrame_ptr orv_objectStack_rootFrame(void) {
-    return frameHandle(rootFrame());
+QORCOMMON_API orv_ObjectStackFrame_ptr orv_objectStack_rootFrame(void) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_ObjectStackFrame_ptr>(),
+                         [&]() -> orv_ObjectStackFrame_ptr { return frameHandle(rootFrame()); });
 }
 
-QORCOMMON_API void orv_objectStack_setToGlobalValue(orv_Object_ptr o) {
-    if (!QOR_CHECK(o.obj)) return;
-    Object* object = objectOf(o);
-    ObjectStackFrame* root = rootFrame();
-    if (object != root) object->setParentObject(root);
+QORCOMMON_API void orv_objectStack_setToGlobalValue(orv_Object_ptr o) noexcept {
+    QOR_C_GUARDED_VOID([&] {
+        if (!QOR_CHECK(o.obj)) return;
+        Object* object = objectOf(o);
+        ObjectStackFrame* root = rootFrame();
+        if (object != root) object->setParentObject(root);
+    });
 }
 
-QORCOMMON_API void orv_objectStack_setToOutValue(orv_Object_ptr o) {
-    if (!QOR_CHECK(o.obj)) return;
-    Object* object = objectOf(o);
-    ObjectStackFrame* current = currentFrame();
-    Object* target = current ? current->parentObject() : nullptr;
-    if (!target) target = rootFrame();
-    if (object != target) object->setParentObject(target);
+QORCOMMON_API void orv_objectStack_setToOutValue(orv_Object_ptr o) noexcept {
+    QOR_C_GUARDED_VOID([&] {
+        if (!QOR_CHECK(o.obj)) return;
+        Object* object = objectOf(o);
+        ObjectStackFrame* current = currentFrame();
+        Object* target = current ? current->parentObject() : nullptr;
+        if (!target) target = rootFrame();
+        if (object != target) object->setParentObject(target);
+    });
 }
 
-QORCOMMON_API orv_ObjectStackFrame_ptr orv_ObjectStackFrame_construct(orv_Object_ptr parent) {
-    return frameHandle(new ObjectStackFrame(objectOf(parent)));
+QORCOMMON_API orv_ObjectStackFrame_ptr
+orv_ObjectStackFrame_construct(orv_Object_ptr parent) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_ObjectStackFrame_ptr>(), [&]() -> orv_ObjectStackFrame_ptr {
+        return frameHandle(new ObjectStackFrame(objectOf(parent)));
+    });
 }
 
-QORCOMMON_API void orv_ObjectStackFrame_destruct(orv_ObjectStackFrame_ptr obj) {
-    if (!QOR_CHECK(obj.obj)) return;
-    destroyObject(frameOf(obj));
+QORCOMMON_API void orv_ObjectStackFrame_destruct(orv_ObjectStackFrame_ptr obj) noexcept {
+    QOR_C_GUARDED_VOID([&] {
+        if (!QOR_CHECK(obj.obj)) return;
+        destroyObject(frameOf(obj));
+    });
 }
 
-QORCOMMON_API orv_Object_ptr orv_ObjectStackFrame_as_Object(orv_ObjectStackFrame_ptr obj) {
-    return orv_Object_ptr{static_cast<Object*>(frameOf(obj))};
+QORCOMMON_API orv_Object_ptr orv_ObjectStackFrame_as_Object(orv_ObjectStackFrame_ptr obj) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_Object_ptr>(), [&]() -> orv_Object_ptr {
+        return orv_Object_ptr{static_cast<Object*>(frameOf(obj))};
+    });
 }
 
-QORCOMMON_API orv_BaseObject_ptr orv_Object_asBaseObject(orv_Object_ptr obj) {
-    return orv_BaseObject_ptr{static_cast<BaseObject*>(objectOf(obj))};
+QORCOMMON_API orv_BaseObject_ptr orv_Object_asBaseObject(orv_Object_ptr obj) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_BaseObject_ptr>(), [&]() -> orv_BaseObject_ptr {
+        return orv_BaseObject_ptr{static_cast<BaseObject*>(objectOf(obj))};
+    });
 }
 
-QORCOMMON_API void orv_Object_destruct(orv_Object_ptr obj) {
-    if (!QOR_CHECK(obj.obj)) return;
-    destroyObject(objectOf(obj));
+QORCOMMON_API void orv_Object_destruct(orv_Object_ptr obj) noexcept {
+    QOR_C_GUARDED_VOID([&] {
+        if (!QOR_CHECK(obj.obj)) return;
+        destroyObject(objectOf(obj));
+    });
 }
 
-QORCOMMON_API long orv_Object_getChildCount(orv_Object_ptr obj) {
-    if (!QOR_CHECK(obj.obj)) return 0;
-    return static_cast<long>(objectOf(obj)->getChildren().size());
+QORCOMMON_API long orv_Object_getChildCount(orv_Object_ptr obj) noexcept {
+    return QOR_C_GUARDED(0L, [&]() -> long {
+        if (!QOR_CHECK(obj.obj)) return 0;
+        return static_cast<long>(objectOf(obj)->getChildren().size());
+    });
 }
 
-QORCOMMON_API orv_Object_ptr orv_BaseObject_parentObject(orv_BaseObject_ptr obj) {
-    if (!QOR_CHECK(obj.obj)) return orv_Object_ptr{nullptr};
-    return orv_Object_ptr{static_cast<BaseObject*>(obj.obj)->parentObject()};
+QORCOMMON_API orv_Object_ptr orv_BaseObject_parentObject(orv_BaseObject_ptr obj) noexcept {
+    return QOR_C_GUARDED(nullHandle<orv_Object_ptr>(), [&]() -> orv_Object_ptr {
+        if (!QOR_CHECK(obj.obj)) return orv_Object_ptr{nullptr};
+        return orv_Object_ptr{static_cast<BaseObject*>(obj.obj)->parentObject()};
+    });
 }
 
-QORCOMMON_API void orv_BaseObject_destruct(orv_BaseObject_ptr obj) {
-    if (!QOR_CHECK(obj.obj)) return;
-    destroyObject(static_cast<BaseObject*>(obj.obj));
+QORCOMMON_API void orv_BaseObject_destruct(orv_BaseObject_ptr obj) noexcept {
+    QOR_C_GUARDED_VOID([&] {
+        if (!QOR_CHECK(obj.obj)) return;
+        destroyObject(static_cast<BaseObject*>(obj.obj));
+    });
 }
 
 } // extern "C"

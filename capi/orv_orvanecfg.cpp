@@ -1,34 +1,31 @@
-// The C face of the configuration file handler. No exception leaves these functions.
+// The C face of the configuration file handler.
 #include "qorcommon/c/orvanecfg.h"
 
-#include "qorcommon/assertion.h"
+#include "cboundary.h"
+#include "chandles.h"
+#include "confighandles.h"
 #include "qorcommon/orvanecfgconfighandler.h"
 
-using Orvane::Core::ConfigHandler;
-using Orvane::Core::GC;
-using Orvane::Core::OrvanecfgConfigHandler;
-namespace CWrapper = Orvane::Core::CWrapper;
+using namespace Orvane::Core;
 
-QORCOMMON_API void orv_orvanecfg_config_handler_setOrvanecfgPath(const char* path) {
-    if (!QOR_CHECK(path != nullptr)) return;
-    try {
-        OrvanecfgConfigHandler::setOrvanecfgPath(path);
-    } catch (...) {
-        // Memory ran out: the path stays as it was.
-    }
+extern "C" {
+
+QORCOMMON_API void orv_orvanecfg_config_handler_setOrvanecfgPath(const char* path) noexcept {
+    // When memory runs out the path stays as it was.
+    QOR_C_GUARDED_VOID([&] {
+        if (QOR_CHECK(path != nullptr)) OrvanecfgConfigHandler::setOrvanecfgPath(path);
+    });
 }
 
 QORCOMMON_API orv_ConfigHandler_ptr
-orv_orvanecfg_config_handler_construct(orv_ConfigHandler_ptr base) {
-    try {
+orv_orvanecfg_config_handler_construct(orv_ConfigHandler_ptr base) noexcept {
+    return QOR_C_GUARDED(CApi::nullHandle<orv_ConfigHandler_ptr>(), [&] {
         GC<OrvanecfgConfigHandler> handler(
             new OrvanecfgConfigHandler(CWrapper::unwrapConfigHandler(base)));
         // A failed first read is left for the caller to inspect through the handle.
         handler->init();
         return CWrapper::wrapConfigHandler(handler);
-    } catch (...) {
-        orv_ConfigHandler_ptr none;
-        none.obj = nullptr;
-        return none;
-    }
+    });
 }
+
+} // extern "C"

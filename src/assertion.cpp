@@ -54,21 +54,9 @@ void reportAssertion(const char* expression, const char* file, int line) {
     handler(expression, file, line, context);
 }
 
+unsigned long assertionCount() {
+    return failures.load(std::memory_order_relaxed);
+}
+
 } // namespace Core
 } // namespace Orvane
-
-extern "C" {
-
-QORCOMMON_API orv_AssertionHandler orv_assertion_setHandler(orv_AssertionHandler handler,
-                                                            void* context, void** previousContext) {
-    return Orvane::Core::setAssertionHandler(handler, context, previousContext);
-}
-
-QORCOMMON_API void orv_assertion_report(const char* expression, const char* file, int line) {
-    Orvane::Core::reportAssertion(expression, file, line);
-}
-
-QORCOMMON_API unsigned long orv_assertion_count(void) {
-    return Orvane::Core::failures.load(std::memory_order_relaxed);
-}
-}

@@ -2,7 +2,6 @@
 // configuration handlers publish.
 #include "qorcommon/configdefinition.h"
 
-#include <new>
 #include <utility>
 
 namespace Orvane {
@@ -262,24 +261,6 @@ GC<ConfigDefinition> makeEnvVarConfigDefinition() {
     return makeEnvVarConfigDefinition(
         NameInfo("Environment Variables", "Environment variables based configuration handler"));
 }
-
-// ---- C handles
-// ---------------------------------------------------------------------------------------
-
-namespace CWrapper {
-
-orv_ConfigDefinition_ptr wrapConfigDefinition(const GC<ConfigDefinition>& definition) {
-    orv_ConfigDefinition_ptr handle;
-    handle.obj = new (std::nothrow) GC<ConfigDefinition>(definition);
-    return handle;
-}
-
-GC<ConfigDefinition> unwrapConfigDefinition(orv_ConfigDefinition_ptr handle) {
-    if (!handle.obj) return GC<ConfigDefinition>();
-    return *static_cast<GC<ConfigDefinition>*>(handle.obj);
-}
-
-} // namespace CWrapper
 
 } // namespace Core
 } // namespace Orvane

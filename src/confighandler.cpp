@@ -11,7 +11,6 @@
 #include <atomic>
 #include <cctype>
 #include <cstdlib>
-#include <new>
 #include <utility>
 
 namespace Orvane {
@@ -452,24 +451,6 @@ bool ConfigHandler::writeBooleanEntry(const std::string& path, bool value) {
 bool ConfigHandler::writeKey(const std::string& /*path*/) {
     return Private::unsupported(this, kWritingKeyNotSupported);
 }
-
-// ---- C handles
-// ------------------------------------------------------------------------------------------
-
-namespace CWrapper {
-
-orv_ConfigHandler_ptr wrapConfigHandler(const GC<ConfigHandler>& handler) {
-    orv_ConfigHandler_ptr handle;
-    handle.obj = new (std::nothrow) GC<ConfigHandler>(handler);
-    return handle;
-}
-
-GC<ConfigHandler> unwrapConfigHandler(orv_ConfigHandler_ptr handle) {
-    if (!handle.obj) return GC<ConfigHandler>();
-    return *static_cast<GC<ConfigHandler>*>(handle.obj);
-}
-
-} // namespace CWrapper
 
 } // namespace Core
 } // namespace Orvane

@@ -3,6 +3,7 @@
 #include "qorcommon/datetime.h"
 
 #include "qorcommon/assertion.h"
+#include "qorcommon/threadmanagedobject.h"
 
 #include "platform/calendar.h"
 #include "platform/platform.h"
@@ -351,18 +352,23 @@ FormatRegistry& formatRegistry() {
     return *registry;
 }
 
-// The formats this thread used last. A per-thread cache makes a hit cost a few compares with no
-// lock; it holds only pointers, so it is trivially destructible and needs no clean-up when the
-// thread ends.
+// The formats this thread used last. A per-thread cache makes a hit cost a slot lookup and a few
+// compares with no lock. It lives in the library's per-thread variables (whose own slot cache
+// makes the lookup cheap) and goes when its thread ends.
 struct ThreadFormatCache {
     static constexpr unsigned Slots = 8;
-    const CompiledFormat* slots[Slots];
-    unsigned next;
+    const CompiledFormat* slots[Slots] = {};
+    unsigned next = 0;
 };
-thread_local ThreadFormatCache t_formatCache;
+
+ThreadFormatCache& threadFormatCache() {
+    // Never destroyed: loggers may still format time stamps during static destruction.
+    static auto* variable = new ThreadLocalVariable<ThreadFormatCache>;
+    return variable->get();
+}
 
 const CompiledFormat* cachedFormat(const char* text, std::size_t length) {
-    ThreadFormatCache& cache = t_formatCache;
+    ThreadFormatCache& cache = threadFormatCache();
     for (const CompiledFormat* format : cache.slots) {
         if (format && format->text.size() == length &&
             std::memcmp(format->text.data(), text, length) == 0)

@@ -1,6 +1,6 @@
 #include "qorcommon/libraryservices.h"
 
-#include "qorcommon/c/export.h"
+#include "qorcommon/export.h"
 #include "qorcommon/mutex.h"
 #include "qorcommon/version.h"
 

@@ -9,6 +9,8 @@
 
 #include "platform/platform.h"
 
+#include <memory>
+#include <mutex>
 #include <new>
 #include <set>
 
@@ -33,13 +35,15 @@ bool needsBlock(BaseObject::UsageType usage, const Object* parent) {
 
 BaseObject::BaseObject(UsageType usage, Object* parent) : d(nullptr) {
     if (!needsBlock(usage, parent)) return;
-    d = new (std::nothrow) Private;
-    if (!d) return;
-    d->usage = usage;
+    // Thrown rather than skipped when memory runs out: an object its parent does not know would
+    // never be freed.
+    std::unique_ptr<Private> block(new Private);
+    block->usage = usage;
     if (parent) {
-        d->parent = parent;
+        block->parent = parent;
         parent->registerChildObject(this);
     }
+    d = block.release();
 }
 
 BaseObject::BaseObject(const BaseObject& other) : d(nullptr) {
@@ -47,13 +51,15 @@ BaseObject::BaseObject(const BaseObject& other) : d(nullptr) {
     // Only an owned object's copy joins the same parent; any other copy starts on its own.
     Object* parent = usage == Owned ? other.parentObject() : nullptr;
     if (!needsBlock(usage, parent)) return;
-    d = new (std::nothrow) Private;
-    if (!d) return;
-    d->usage = usage;
+    // Thrown rather than skipped when memory runs out: an object its parent does not know would
+    // never be freed.
+    std::unique_ptr<Private> block(new Private);
+    block->usage = usage;
     if (parent) {
-        d->parent = parent;
+        block->parent = parent;
         parent->registerChildObject(this);
     }
+    d = block.release();
 }
 
 BaseObject& BaseObject::operator=(const BaseObject&) {
@@ -81,10 +87,9 @@ void BaseObject::setParentObject(Object* parent) {
         d->parent = nullptr;
     }
     if (!parent) return;
-    if (!d) d = new (std::nothrow) Private;
-    if (!d) return;
-    d->parent = parent;
+    if (!d) d = new Private;
     parent->registerChildObject(this);
+    d->parent = parent;
 }
 
 // ---- Object -------------------------------------------------------------------------------------
@@ -113,8 +118,8 @@ void Object::registerChildObject(BaseObject* child) {
     if (!child) return;
     Private* p = d.load(std::memory_order_acquire);
     if (!p) {
-        Private* made = new (std::nothrow) Private;
-        if (!made) return;
+        // Thrown rather than skipped: a child left unregistered would never be freed.
+        Private* made = new Private;
         if (d.compare_exchange_strong(p, made, std::memory_order_acq_rel,
                                       std::memory_order_acquire)) {
             p = made;
@@ -122,9 +127,9 @@ void Object::registerChildObject(BaseObject* child) {
             delete made; // another thread made the registry first; p now holds its one
         }
     }
-    p->mutex.lock();
+    // A guard: the insertion may run out of memory, and the lock must not outlive it.
+    std::lock_guard<Platform::Mutex> lock(p->mutex);
     p->children.insert(child);
-    p->mutex.unlock();
 }
 
 void Object::unregisterChildObject(BaseObject* child) {
@@ -139,9 +144,8 @@ std::vector<BaseObject*> Object::getChildren() const {
     std::vector<BaseObject*> result;
     Private* p = d.load(std::memory_order_acquire);
     if (!p) return result;
-    p->mutex.lock();
+    std::lock_guard<Platform::Mutex> lock(p->mutex);
     result.assign(p->children.begin(), p->children.end());
-    p->mutex.unlock();
     return result;
 }
 

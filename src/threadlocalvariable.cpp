@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <map>
+#include <mutex>
 #include <new>
 #include <set>
 #include <utility>
@@ -362,35 +363,49 @@ void*& ThreadObjectDepot::getObject(int id, int* created, const Creator& creator
 
     const Caller caller;
     std::vector<PendingDestruction> pending;
-    d->mutex.lock();
-    Private::Variable* variable = &d->variable(id);
-    if (Private::Slot* slot = Private::own(*variable, caller, pending)) {
-        d->remember(id, &slot->object);
-        d->mutex.unlock();
-        if (created) *created = 0;
-        return slot->object;
+    Creator make;
+    {
+        // Guarded locks: the map operations may run out of memory.
+        std::unique_lock<Platform::RecursiveMutex> lock(d->mutex);
+        Private::Variable& variable = d->variable(id);
+        if (Private::Slot* slot = Private::own(variable, caller, pending)) {
+            d->remember(id, &slot->object);
+            lock.unlock();
+            destroyAll(pending);
+            if (created) *created = 0;
+            return slot->object;
+        }
+        make = creator ? creator : variable.creator;
     }
-    const Creator make = creator ? creator : variable->creator;
-    d->mutex.unlock();
     destroyAll(pending);
     pending.clear();
 
     // The creator runs unlocked: making a value may itself use thread-local variables.
     void* object = make ? make() : nullptr;
-    Platform::armThreadExitHook();
-
-    d->mutex.lock();
-    variable = &d->variable(id);
-    Private::Slot* slot = Private::own(*variable, caller, pending);
-    // A creator that used this same variable on this thread made the slot already; that slot
-    // wins and the second object goes.
-    const bool made = !slot;
-    if (made)
-        slot = &variable->objects.emplace(caller.id, Private::Slot{caller.serial, object})
-                    .first->second;
-    const Destroyer drop = made ? Destroyer() : variable->destroyer;
-    d->remember(id, &slot->object);
-    d->mutex.unlock();
+    Private::Slot* slot = nullptr;
+    bool made = false;
+    Destroyer drop;
+    try {
+        Platform::armThreadExitHook();
+        std::lock_guard<Platform::RecursiveMutex> lock(d->mutex);
+        Private::Variable& variable = d->variable(id);
+        drop = variable.destroyer;
+        slot = Private::own(variable, caller, pending);
+        // A creator that used this same variable on this thread made the slot already; that slot
+        // wins and the second object goes.
+        if (!slot) {
+            slot = &variable.objects.emplace(caller.id, Private::Slot{caller.serial, object})
+                        .first->second;
+            made = true;
+        }
+        d->remember(id, &slot->object);
+    } catch (...) {
+        // No slot took the new value: it goes rather than leaks.
+        destroyAll(pending);
+        if (!made && drop && object) drop(object);
+        throw;
+    }
+    if (made) drop = Destroyer();
 
     destroyAll(pending);
     if (drop && object) drop(object);

@@ -1,3 +1,5 @@
+// The C handle helpers are private to the C face; their hold on a use is tested here.
+#include "../capi/confighandles.h"
 #include "qorcommon/confighandler.h"
 #include "qorcommon/memoryconfighandler.h"
 

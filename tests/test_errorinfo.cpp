@@ -1,3 +1,4 @@
+#include "qorcommon/c/errorinfo.h"
 #include "qorcommon/cwrapper.h"
 #include "qorcommon/errorinfo.h"
 #include "qorcommon/moduleinfo.h"

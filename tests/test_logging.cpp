@@ -1,5 +1,6 @@
 #include "qorcommon/logentry.h"
 #include "qorcommon/logging.h"
+#include "qorcommon/c/logging.h"
 #include "qorcommon/loggingcwrapper.h"
 #include "qorcommon/logginghandler.h"
 #include "qorcommon/operationobject.h"

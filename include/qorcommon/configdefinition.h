@@ -3,7 +3,6 @@
 // in the configuration handlers.
 #pragma once
 
-#include "qorcommon/c/configdefinition.h"
 #include "qorcommon/gc.h"
 #include "qorcommon/moduleinfo.h"
 #include "qorcommon/stringlist.h"
@@ -192,16 +191,6 @@ QORCOMMON_API GC<ConfigDefinition> makeOrvanecfgConfigDefinition();
 QORCOMMON_API GC<ConfigDefinition> makeEnvVarConfigDefinition(const NameInfo& nameInfo);
 /// The same under "Environment Variables", "Environment variables based configuration handler".
 QORCOMMON_API GC<ConfigDefinition> makeEnvVarConfigDefinition();
-
-namespace CWrapper {
-
-/// A C handle on `definition`, holding a use of it until orv_DetachConfigDefinition. A null handle
-/// when memory runs out.
-QORCOMMON_API orv_ConfigDefinition_ptr wrapConfigDefinition(const GC<ConfigDefinition>& definition);
-/// The definition behind a C handle (null for a null handle).
-QORCOMMON_API GC<ConfigDefinition> unwrapConfigDefinition(orv_ConfigDefinition_ptr handle);
-
-} // namespace CWrapper
 
 } // namespace Core
 } // namespace Orvane

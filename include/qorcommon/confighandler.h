@@ -11,7 +11,6 @@
 // carry one, in handlerStatus().
 #pragma once
 
-#include "qorcommon/c/config.h"
 #include "qorcommon/gc.h"
 #include "qorcommon/stringlist.h"
 
@@ -213,16 +212,6 @@ private:
     struct Private;
     Private* d;
 };
-
-namespace CWrapper {
-
-/// A C handle on `handler`: it holds a use of the handler until orv_config_destruct releases it.
-/// A null handle when memory runs out.
-QORCOMMON_API orv_ConfigHandler_ptr wrapConfigHandler(const GC<ConfigHandler>& handler);
-/// The handler behind a C handle (null for a null handle).
-QORCOMMON_API GC<ConfigHandler> unwrapConfigHandler(orv_ConfigHandler_ptr handle);
-
-} // namespace CWrapper
 
 } // namespace Core
 } // namespace Orvane

@@ -6,14 +6,24 @@
 // lives and is not filled again (each conversion first empties the buffer it is given). Custom
 // info items are laid out in key order. A to... conversion reads a record into a new object;
 // null texts read as empty.
+//
+// The records are declared here only: code that reads or fills them includes
+// qorcommon/c/errorinfo.h, so that the C++ face stays free of the C headers.
 #pragma once
 
-#include "qorcommon/c/errorinfo.h"
 #include "qorcommon/errorinfo.h"
 #include "qorcommon/export.h"
 #include "qorcommon/moduleinfo.h"
 
 #include <string>
+
+struct orv_CustomInfo;
+struct _orv_CustomInfoInput;
+struct orv_CodeLocation;
+struct _orv_CodeLocationInput;
+struct orv_NameInfo;
+struct orv_ModuleInfo;
+struct orv_ErrorInfo;
 
 namespace Orvane {
 namespace Core {

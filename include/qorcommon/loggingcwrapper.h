@@ -1,11 +1,12 @@
 // Conversions between log entries and the plain records of the C face (see qorcommon/cwrapper.h
-// for the buffer rules).
+// for the buffer rules; code that reads or fills the record includes qorcommon/c/logging.h).
 #pragma once
 
-#include "qorcommon/c/logging.h"
 #include "qorcommon/cwrapper.h"
 #include "qorcommon/export.h"
 #include "qorcommon/logentry.h"
+
+struct orv_LogEntry;
 
 namespace Orvane {
 namespace Core {

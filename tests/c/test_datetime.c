@@ -57,6 +57,39 @@ static void test_from_iso_text(void) {
     orv_datetime_destruct(bad);
 }
 
+static void test_parse_tells_whether_the_text_was_read(void) {
+    orv_DateTime_ptr value;
+    orv_DateTime_ptr stale;
+    CHECK(orv_datetime_parseISODateTime("2024-03-05T04:06:08.007", &value) == 1);
+    CHECK(value.obj != NULL);
+    CHECK_STR(orv_string_data(orv_datetime_asISODateTime(value)), "2024-03-05T04:06:08.007");
+
+    /* A malformed text (the 30th of February, trailing text, nothing) gives 0 and a null
+     * handle, whatever the handle held before; nothing is reported for a malformed text. */
+    ctest_clear_assertions();
+    stale = value;
+    CHECK(orv_datetime_parseISODateTime("2024-02-30T00:00:00", &stale) == 0);
+    CHECK(stale.obj == NULL);
+    stale = value;
+    CHECK(orv_datetime_parseISODateTime("2024-03-05T04:06:08 and more", &stale) == 0);
+    CHECK(stale.obj == NULL);
+    CHECK(orv_datetime_parseISODateTime("", &stale) == 0);
+    CHECK(stale.obj == NULL);
+    CHECK(ctest_assertion_count() == 0);
+
+    /* Null arguments are reported; a null text still clears the output. */
+    stale = value;
+    CHECK(orv_datetime_parseISODateTime(NULL, &stale) == 0);
+    CHECK(stale.obj == NULL);
+    CHECK_STR(ctest_last_assertion(), "isoText");
+    CHECK(orv_datetime_parseISODateTime("2024-03-05", NULL) == 0);
+    CHECK_STR(ctest_last_assertion(), "out");
+    CHECK(ctest_assertion_count() == 2);
+
+    orv_objectStack_deleteActualFrame();
+    orv_datetime_destruct(value);
+}
+
 static void test_strings_join_the_current_frame(void) {
     orv_DateTime_ptr value = orv_datetime_constructFromISODateTime("1969-07-20T20:17:40");
     orv_String_ptr kept;
@@ -101,6 +134,7 @@ int main(void) {
     ctest_record_assertions();
     test_from_tm();
     test_from_iso_text();
+    test_parse_tells_whether_the_text_was_read();
     test_strings_join_the_current_frame();
     test_null_arguments();
     return ctest_finish("datetime");

@@ -16,15 +16,15 @@ typedef void (*orv_AssertionHandler)(const char* expression, const char* file, i
 
 /* Installs a handler (null restores the default) and returns the previous one; the previous
  * context is stored into *previousContext when that pointer is not null. */
-QORCOMMON_API orv_AssertionHandler orv_assertion_setHandler(orv_AssertionHandler handler,
-                                                            void* context,
-                                                            void** previousContext);
+QORCOMMON_API orv_AssertionHandler orv_assertion_setHandler(
+    orv_AssertionHandler handler, void* context, void** previousContext) QORCOMMON_NOEXCEPT;
 
 /* Reports a failed check through the installed handler. */
-QORCOMMON_API void orv_assertion_report(const char* expression, const char* file, int line);
+QORCOMMON_API void orv_assertion_report(const char* expression, const char* file,
+                                        int line) QORCOMMON_NOEXCEPT;
 
 /* The number of failed checks reported since the process started. */
-QORCOMMON_API unsigned long orv_assertion_count(void);
+QORCOMMON_API unsigned long orv_assertion_count(void) QORCOMMON_NOEXCEPT;
 
 QORCOMMON_EXTERN_C_END
 

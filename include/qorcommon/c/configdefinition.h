@@ -15,7 +15,7 @@ typedef struct {
 } orv_ConfigDefinition_ptr;
 
 /* Releases the handle's use of its definition (the definition goes with its last use). */
-QORCOMMON_API void orv_DetachConfigDefinition(orv_ConfigDefinition_ptr obj);
+QORCOMMON_API void orv_DetachConfigDefinition(orv_ConfigDefinition_ptr obj) QORCOMMON_NOEXCEPT;
 
 QORCOMMON_EXTERN_C_END
 

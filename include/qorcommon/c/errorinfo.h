@@ -23,20 +23,20 @@
 QORCOMMON_EXTERN_C_BEGIN
 
 /* One annotation. */
-typedef struct {
+typedef struct orv_CustomInfoItem {
     const char* key;
     const char* value;
 } orv_CustomInfoItem;
 
 /* Annotations: `count` items (items may be null when count is 0). The library writes them in key
  * order; the keys of a record given to the library should be distinct, the last one wins. */
-typedef struct {
+typedef struct orv_CustomInfo {
     unsigned count;
     const orv_CustomInfoItem* items;
 } orv_CustomInfo;
 
 /* The same layout, for records that a caller gives to the library. */
-typedef struct {
+typedef struct _orv_CustomInfoInput {
     unsigned count;
     const orv_CustomInfoItem* items;
 } _orv_CustomInfoInput;
@@ -50,7 +50,7 @@ enum {
 };
 
 /* A source position. A negative line means none. */
-typedef struct {
+typedef struct orv_CodeLocation {
     const char* file;
     int line;
     const char* function;
@@ -60,7 +60,7 @@ typedef struct {
 } orv_CodeLocation;
 
 /* The same layout, for records that a caller gives to the library. */
-typedef struct {
+typedef struct _orv_CodeLocationInput {
     const char* file;
     int line;
     const char* function;
@@ -74,7 +74,7 @@ typedef struct {
  * The module of an error record travels in this form: name is the module's name, description
  * its text form ("name (type) 3.35.4"), and the annotations "type", "version" and "unique_id"
  * (16 hexadecimal digits) carry the rest, so that the record converts back to the same module. */
-typedef struct {
+typedef struct orv_NameInfo {
     const char* name;
     const char* description;
     orv_CustomInfo customInfo;
@@ -82,7 +82,7 @@ typedef struct {
 
 /* The identity of a module. A uniqueId of 0 given to the library means "derive it from name and
  * type". */
-typedef struct {
+typedef struct orv_ModuleInfo {
     const char* name;
     const char* type;
     int versionMajor;
@@ -94,7 +94,7 @@ typedef struct {
 
 /* An error record. errorCode -1 means that the error has no code. dateTime holds the local
  * calendar fields as the standard library's struct tm does (month 0-11, years since 1900). */
-typedef struct {
+typedef struct orv_ErrorInfo {
     orv_NameInfo moduleInfo;
     orv_CodeLocation codeLocation;
     long errorCode;
@@ -123,30 +123,31 @@ typedef struct {
 
 /* ---- building records (nothing is copied: the record points to the caller's data) ---------- */
 
-QORCOMMON_API orv_CodeLocation orv_CodeLocation_init(const char* file, int line,
-                                                     const char* function, int language,
-                                                     const char* comment, unsigned customInfoCount,
-                                                     const orv_CustomInfoItem* customInfoItems);
+QORCOMMON_API orv_CodeLocation orv_CodeLocation_init(
+    const char* file, int line, const char* function, int language, const char* comment,
+    unsigned customInfoCount, const orv_CustomInfoItem* customInfoItems) QORCOMMON_NOEXCEPT;
 /* The same as orv_CodeLocation_init. */
-QORCOMMON_API orv_CodeLocation orv_CodeLocation_init1(const char* file, int line,
-                                                      const char* function, int language,
-                                                      const char* comment, unsigned customInfoCount,
-                                                      const orv_CustomInfoItem* customInfoItems);
+QORCOMMON_API orv_CodeLocation orv_CodeLocation_init1(
+    const char* file, int line, const char* function, int language, const char* comment,
+    unsigned customInfoCount, const orv_CustomInfoItem* customInfoItems) QORCOMMON_NOEXCEPT;
 /* No annotations. */
 QORCOMMON_API orv_CodeLocation orv_CodeLocation_init2(const char* file, int line,
                                                       const char* function, int language,
-                                                      const char* comment);
+                                                      const char* comment) QORCOMMON_NOEXCEPT;
 /* No comment, no annotations. */
 QORCOMMON_API orv_CodeLocation orv_CodeLocation_init3(const char* file, int line,
-                                                      const char* function, int language);
+                                                      const char* function,
+                                                      int language) QORCOMMON_NOEXCEPT;
 /* Only a position: no function (language orv_Language_None), comment or annotations. */
-QORCOMMON_API orv_CodeLocation orv_CodeLocation_init4(const char* file, int line);
+QORCOMMON_API orv_CodeLocation orv_CodeLocation_init4(const char* file,
+                                                      int line) QORCOMMON_NOEXCEPT;
 QORCOMMON_API _orv_CodeLocationInput orv_CodeLocationInput_init(
     const char* file, int line, const char* function, int language, const char* comment,
-    unsigned customInfoCount, const orv_CustomInfoItem* customInfoItems);
-QORCOMMON_API orv_CustomInfo orv_CustomInfo_init(unsigned count, const orv_CustomInfoItem* items);
-QORCOMMON_API _orv_CustomInfoInput orv_CustomInfoInput_init(unsigned count,
-                                                            const orv_CustomInfoItem* items);
+    unsigned customInfoCount, const orv_CustomInfoItem* customInfoItems) QORCOMMON_NOEXCEPT;
+QORCOMMON_API orv_CustomInfo orv_CustomInfo_init(unsigned count, const orv_CustomInfoItem* items)
+    QORCOMMON_NOEXCEPT;
+QORCOMMON_API _orv_CustomInfoInput
+orv_CustomInfoInput_init(unsigned count, const orv_CustomInfoItem* items) QORCOMMON_NOEXCEPT;
 
 /* ---- buffers ------------------------------------------------------------------------------- *
  *
@@ -157,30 +158,35 @@ QORCOMMON_API _orv_CustomInfoInput orv_CustomInfoInput_init(unsigned count,
  * language. A null buffer handle is reported as "buffer.obj", a null record as "record"; _copy
  * then returns a record of empty texts (held by the library). */
 
-QORCOMMON_API orv_ErrorInfo_Buffer_ptr orv_ErrorInfo_Buffer_construct(void);
-QORCOMMON_API void orv_ErrorInfo_Buffer_destruct(orv_ErrorInfo_Buffer_ptr buffer);
-QORCOMMON_API orv_ErrorInfo orv_ErrorInfo_Buffer_copy(orv_ErrorInfo_Buffer_ptr buffer,
-                                                      const orv_ErrorInfo* record);
+QORCOMMON_API orv_ErrorInfo_Buffer_ptr orv_ErrorInfo_Buffer_construct(void) QORCOMMON_NOEXCEPT;
+QORCOMMON_API void
+orv_ErrorInfo_Buffer_destruct(orv_ErrorInfo_Buffer_ptr buffer) QORCOMMON_NOEXCEPT;
+QORCOMMON_API orv_ErrorInfo orv_ErrorInfo_Buffer_copy(
+    orv_ErrorInfo_Buffer_ptr buffer, const orv_ErrorInfo* record) QORCOMMON_NOEXCEPT;
 
-QORCOMMON_API orv_CodeLocation_Buffer_ptr orv_CodeLocation_Buffer_construct(void);
-QORCOMMON_API void orv_CodeLocation_Buffer_destruct(orv_CodeLocation_Buffer_ptr buffer);
-QORCOMMON_API orv_CodeLocation orv_CodeLocation_Buffer_copy(orv_CodeLocation_Buffer_ptr buffer,
-                                                            const orv_CodeLocation* record);
+QORCOMMON_API orv_CodeLocation_Buffer_ptr orv_CodeLocation_Buffer_construct(void)
+    QORCOMMON_NOEXCEPT;
+QORCOMMON_API void
+orv_CodeLocation_Buffer_destruct(orv_CodeLocation_Buffer_ptr buffer) QORCOMMON_NOEXCEPT;
+QORCOMMON_API orv_CodeLocation orv_CodeLocation_Buffer_copy(
+    orv_CodeLocation_Buffer_ptr buffer, const orv_CodeLocation* record) QORCOMMON_NOEXCEPT;
 
-QORCOMMON_API orv_CustomInfo_Buffer_ptr orv_CustomInfo_Buffer_construct(void);
-QORCOMMON_API void orv_CustomInfo_Buffer_destruct(orv_CustomInfo_Buffer_ptr buffer);
-QORCOMMON_API orv_CustomInfo orv_CustomInfo_Buffer_copy(orv_CustomInfo_Buffer_ptr buffer,
-                                                        const orv_CustomInfo* record);
+QORCOMMON_API orv_CustomInfo_Buffer_ptr orv_CustomInfo_Buffer_construct(void) QORCOMMON_NOEXCEPT;
+QORCOMMON_API void
+orv_CustomInfo_Buffer_destruct(orv_CustomInfo_Buffer_ptr buffer) QORCOMMON_NOEXCEPT;
+QORCOMMON_API orv_CustomInfo orv_CustomInfo_Buffer_copy(
+    orv_CustomInfo_Buffer_ptr buffer, const orv_CustomInfo* record) QORCOMMON_NOEXCEPT;
 
-QORCOMMON_API orv_NameInfo_Buffer_ptr orv_NameInfo_Buffer_construct(void);
-QORCOMMON_API void orv_NameInfo_Buffer_destruct(orv_NameInfo_Buffer_ptr buffer);
+QORCOMMON_API orv_NameInfo_Buffer_ptr orv_NameInfo_Buffer_construct(void) QORCOMMON_NOEXCEPT;
+QORCOMMON_API void orv_NameInfo_Buffer_destruct(orv_NameInfo_Buffer_ptr buffer) QORCOMMON_NOEXCEPT;
 QORCOMMON_API orv_NameInfo orv_NameInfo_Buffer_copy(orv_NameInfo_Buffer_ptr buffer,
-                                                    const orv_NameInfo* record);
+                                                    const orv_NameInfo* record) QORCOMMON_NOEXCEPT;
 
-QORCOMMON_API orv_ModuleInfo_Buffer_ptr orv_ModuleInfo_Buffer_construct(void);
-QORCOMMON_API void orv_ModuleInfo_Buffer_destruct(orv_ModuleInfo_Buffer_ptr buffer);
-QORCOMMON_API orv_ModuleInfo orv_ModuleInfo_Buffer_copy(orv_ModuleInfo_Buffer_ptr buffer,
-                                                        const orv_ModuleInfo* record);
+QORCOMMON_API orv_ModuleInfo_Buffer_ptr orv_ModuleInfo_Buffer_construct(void) QORCOMMON_NOEXCEPT;
+QORCOMMON_API void
+orv_ModuleInfo_Buffer_destruct(orv_ModuleInfo_Buffer_ptr buffer) QORCOMMON_NOEXCEPT;
+QORCOMMON_API orv_ModuleInfo orv_ModuleInfo_Buffer_copy(
+    orv_ModuleInfo_Buffer_ptr buffer, const orv_ModuleInfo* record) QORCOMMON_NOEXCEPT;
 
 /* ---- text forms ---------------------------------------------------------------------------- *
  *
@@ -189,9 +195,12 @@ QORCOMMON_API orv_ModuleInfo orv_ModuleInfo_Buffer_copy(orv_ModuleInfo_Buffer_pt
  * calls the same function again; never free it. A null record is reported as "record" and
  * gives "". */
 
-QORCOMMON_API const char* orv_ErrorInfo_asShortString(const orv_ErrorInfo* record);
-QORCOMMON_API const char* orv_ErrorInfo_asLongString(const orv_ErrorInfo* record);
-QORCOMMON_API const char* orv_CodeLocation_asString(const orv_CodeLocation* record);
+QORCOMMON_API const char*
+orv_ErrorInfo_asShortString(const orv_ErrorInfo* record) QORCOMMON_NOEXCEPT;
+QORCOMMON_API const char*
+orv_ErrorInfo_asLongString(const orv_ErrorInfo* record) QORCOMMON_NOEXCEPT;
+QORCOMMON_API const char*
+orv_CodeLocation_asString(const orv_CodeLocation* record) QORCOMMON_NOEXCEPT;
 
 /* ---- showing errors ------------------------------------------------------------------------ *
  *
@@ -205,8 +214,8 @@ typedef void (*orv_ShowErrorHandler)(const orv_ErrorInfo* error, const orv_CodeL
 /* Installs a C handler (null restores the default) in place of the current handler, C or C++.
  * Returns the previous handler when it was a C handler, else null; its context is stored into
  * *previousContext (null for a handler that is not a C one) when that pointer is not null. */
-QORCOMMON_API orv_ShowErrorHandler orv_setShowErrorHandler(orv_ShowErrorHandler handler,
-                                                           void* context, void** previousContext);
+QORCOMMON_API orv_ShowErrorHandler orv_setShowErrorHandler(
+    orv_ShowErrorHandler handler, void* context, void** previousContext) QORCOMMON_NOEXCEPT;
 
 QORCOMMON_EXTERN_C_END
 

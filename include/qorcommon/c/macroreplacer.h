@@ -13,13 +13,13 @@
 QORCOMMON_EXTERN_C_BEGIN
 
 /* `text` with its macros expanded; errors are dropped. */
-QORCOMMON_API const char* orv_replaceStr(const char* text);
+QORCOMMON_API const char* orv_replaceStr(const char* text) QORCOMMON_NOEXCEPT;
 
 /* Expands `text` into the thread's buffer of this function and points *result at it. The error
  * texts are appended to `errors` unless it is a null handle. Returns 1 when no error occurred,
  * else 0. A null `result` is reported as "result" and gives 0. */
 QORCOMMON_API short orv_replaceStr2(const char* text, const char** result,
-                                    orv_StringList_ptr errors);
+                                    orv_StringList_ptr errors) QORCOMMON_NOEXCEPT;
 
 QORCOMMON_EXTERN_C_END
 
