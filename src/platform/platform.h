@@ -42,15 +42,15 @@ void armThreadExitHook();
 
 /// The calling thread's serial: a number given on the thread's first call, never given to another
 /// thread of this process. The system reuses thread ids; an id with its serial names one thread.
-QORCOMMON_API std::uint64_t currentThreadSerial();
+std::uint64_t currentThreadSerial();
 /// Whether the thread with this id and serial still runs. Exact for threads that took a serial:
 /// their end is recorded as they end, before anyone can join them.
-QORCOMMON_API bool isThreadAlive(long threadId, std::uint64_t serial);
+bool isThreadAlive(long threadId, std::uint64_t serial);
 /// Runs the exit hook for threads whose end was recorded but not yet reported. The Win32 loader
 /// tells the library of a thread's end under its lock, where no callback may run, so there the
 /// hook runs only here, on the thread that calls this; on POSIX it runs on the ending thread and
 /// this finds nothing to do. Cheap when nothing waits.
-QORCOMMON_API void runPendingThreadExits();
+void runPendingThreadExits();
 
 /// A non-recursive mutex without heap allocation.
 class Mutex {
@@ -216,7 +216,7 @@ std::vector<std::string> listDirectory(const std::string& folder, const std::str
 /// flushed to disk and renamed over the target. The target keeps its permissions (and owner
 /// where the process may set it); a symbolic link is written through, staying a link. On any
 /// failure the target is untouched, no temporary is left, and `error` says why.
-QORCOMMON_API bool replaceFileContents(const std::string& path, const void* data,
+bool replaceFileContents(const std::string& path, const void* data,
                                        std::size_t size, std::string& error);
 
 // ---- time --------------------------------------------------------------------------------------
