@@ -91,6 +91,11 @@ foreach(symbol IN LISTS symbols)
       continue()
     endif()
   endif()
+  # Type information of plain function types, which std::function's target_type() needs for the
+  # callbacks of public classes: no name of ours or anyone else's.
+  if(symbol MATCHES "^typeinfo (name )?for [a-z_ ]+ \\((\\*\\) ?\\()?[a-z_ *,]*\\)$")
+    continue()
+  endif()
   qualified_name("${symbol}" name)
   if(name MATCHES "^(orv|qor|thr|gui)_[A-Za-z0-9_]+$")
     continue()
