@@ -527,34 +527,6 @@ TEST(OperationObject, StoragesLiveAsLongAsTheObjectButAreNoChildren) {
 
 // ---- conversions to and from the C records ---------------------------------------------------
 
-TEST(CWrapper, ErrorRecordRoundTripsThroughItsCRecord) {
-    orv_ErrorInfo_Buffer buffer;
-    const ErrorInfo original = fullRecord();
-    const orv_ErrorInfo record = fromErrorInfo(original, buffer);
-    EXPECT_STREQ(record.errorText, "disk full");
-    EXPECT_STREQ(record.hint, "free some space");
-    EXPECT_EQ(record.errorCode, 5);
-    EXPECT_STREQ(record.codeLocation.file, "a.c");
-    EXPECT_EQ(record.codeLocation.line, 12);
-    EXPECT_STREQ(record.codeLocation.function, "f");
-    EXPECT_EQ(record.codeLocation.language, orv_Language_Plain);
-    ASSERT_EQ(record.customInfo.count, 2u);
-    EXPECT_STREQ(record.customInfo.items[0].key, "a");
-    EXPECT_STREQ(record.customInfo.items[1].key, "b");
-    EXPECT_STREQ(record.customInfo.items[1].value, "2");
-    EXPECT_EQ(record.dateTime.tm_year, 124);
-    EXPECT_EQ(record.dateTime.tm_mon, 0);
-    EXPECT_EQ(record.dateTime.tm_mday, 31);
-    EXPECT_EQ(record.dateTime.tm_hour, 23);
-    EXPECT_STREQ(record.moduleInfo.name, "core");
-    EXPECT_STREQ(record.moduleInfo.description, "core (dll) 3.35.4");
-
-    const ErrorInfo back = toErrorInfo(record);
-    EXPECT_EQ(back.asLongString(), original.asLongString());
-    EXPECT_EQ(back.moduleInfo(), original.moduleInfo());
-    EXPECT_EQ(back.codeLocation(), original.codeLocation());
-}
-
 TEST(CWrapper, BufferIsEmptiedByEachConversion) {
     orv_CustomInfo_Buffer buffer;
     const orv_CustomInfo first = fromCustomInfo(CustomInfo("k", "v"), buffer);

@@ -121,14 +121,6 @@ TEST(ExtendedField, DetectionLooksAtThePrefixOfTheFirstPart) {
 
 // ---- the kinds of field -----------------------------------------------------------------------
 
-TEST(ExtendedField, EachKindNamesItsClass) {
-    EXPECT_STREQ(StringExtendedField("p").typeName(), "Orvane::Core::StringExtendedField");
-    EXPECT_STREQ(LongExtendedField("p").typeName(), "Orvane::Core::LongExtendedField");
-    EXPECT_STREQ(FlagExtendedField("p").typeName(), "Orvane::Core::FlagExtendedField");
-    EXPECT_STREQ(Flag64ExtendedField("p").typeName(), "Orvane::Core::Flag64ExtendedField");
-    EXPECT_STREQ(DateTimeExtendedField("p").typeName(), "Orvane::Core::DateTimeExtendedField");
-}
-
 TEST(ExtendedField, LongReadsTheLeadingNumberWithinThirtyTwoBits) {
     LongExtendedField field("N");
     EXPECT_TRUE(field.setStringValue(" -12abc"));
@@ -264,9 +256,8 @@ TEST_F(DetectionDepot, FirstRegisteredPrototypeWins) {
     EXPECT_STREQ(field->typeName(), "Orvane::Core::FlagExtendedField");
     // The flag cannot read this value: no field, rather than a half-read one.
     EXPECT_TRUE(ExtendedField::getObject("AB;text").isNull());
-}
 
-TEST_F(DetectionDepot, KeepsTheShapeOfThePrototype) {
+    // The made field keeps the shape of its prototype.
     ExtendedField::addToDetectionDepot(GC<SimpleExtendedField>(new Flag64ExtendedField("ROW", 3)));
     GC<SimpleExtendedField> row = ExtendedField::getObject("ROW;1");
     ASSERT_FALSE(row.isNull());
