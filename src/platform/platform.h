@@ -8,6 +8,7 @@
 
 #include "qorcommon/export.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
@@ -192,6 +193,73 @@ QORCOMMON_API std::FILE* openFile(const std::string& path, const char* mode);
 /// Names (not paths) of the entries of a folder that match the pattern, sorted.
 QORCOMMON_API std::vector<std::string> listDirectory(const std::string& folder,
                                                      const std::string& pattern);
+
+// ---- log files shared between threads and processes --------------------------------------------
+
+/// What makes a file the same file under any name: device and inode (POSIX), volume serial number
+/// and file index (Win32).
+struct FileIdentity {
+    std::uint64_t device = 0;
+    std::uint64_t index = 0;
+    bool operator==(const FileIdentity& other) const {
+        return device == other.device && index == other.index;
+    }
+    bool operator!=(const FileIdentity& other) const { return !(*this == other); }
+};
+
+/// The identity of the file at `path`; false when there is none.
+QORCOMMON_API bool fileIdentity(const std::string& path, FileIdentity& out);
+
+/// A file opened for appending, created when missing. Each write lands whole at the end of the
+/// file even while other processes append to it (O_APPEND / FILE_APPEND_DATA), and the file can
+/// be renamed or deleted while it is open (Win32: shared for reading, writing and deletion).
+class QORCOMMON_API AppendFile {
+public:
+    AppendFile();
+    ~AppendFile();
+    AppendFile(const AppendFile&) = delete;
+    AppendFile& operator=(const AppendFile&) = delete;
+
+    bool open(const std::string& path, std::string& error);
+    void close();
+    bool isOpen() const;
+    /// Writes all bytes with one system call where the system takes them at once; `sizeAfter` is
+    /// the file's size right after this write (others' earlier writes included).
+    bool write(const char* data, std::size_t size, std::int64_t& sizeAfter, std::string& error);
+    /// The size of the open file, -1 on failure.
+    std::int64_t size() const;
+    bool identity(FileIdentity& out) const;
+
+private:
+    std::intptr_t m_handle;
+};
+
+/// An advisory lock on a side file, excluding other holders in this and in other processes
+/// (flock / LockFileEx). The lock file is created when missing and left in place.
+class QORCOMMON_API FileLock {
+public:
+    FileLock();
+    ~FileLock();
+    FileLock(const FileLock&) = delete;
+    FileLock& operator=(const FileLock&) = delete;
+
+    bool open(const std::string& path, std::string& error);
+    bool isOpen() const;
+    /// Waits for the lock; false when the file is not open or the system refuses.
+    bool lock();
+    void unlock();
+
+private:
+    std::intptr_t m_handle;
+};
+
+/// Renames a file unless the target exists; `targetExists` tells that case apart from others.
+QORCOMMON_API bool renameFileNoReplace(const std::string& from, const std::string& to,
+                                       bool& targetExists, std::string& error);
+
+/// Runs a program with the arguments (the program name not among them), waits for it and returns
+/// its exit code; -1 when it could not be started.
+QORCOMMON_API int runProcess(const std::string& program, const std::vector<std::string>& arguments);
 
 // ---- time --------------------------------------------------------------------------------------
 
