@@ -86,6 +86,10 @@ struct LogFileWriter::Private {
     bool writeFailing = false;
     bool renameFailing = false;
     bool lockFailing = false;
+    // The last renamed name's stamp and number, so that many renames within one second do not
+    // probe every taken name again.
+    std::string lastStamp;
+    long lastNumber = 0;
     Platform::PeriodicTimer timer;
 
     // Holds the advisory lock for a scope when it could be taken; the handler's mutex is held.
@@ -186,11 +190,16 @@ struct LogFileWriter::Private {
         std::string target = rotatedName(options.path, stamp);
         std::string error;
         bool renamed = false;
-        for (long number = 1; number <= 10000; ++number) {
+        long number = stamp == lastStamp ? lastNumber + 1 : 0;
+        for (long attempts = 0; attempts < 100000; ++attempts, ++number) {
+            if (number > 0) target = joinName(parts, "_" + stamp + "_" + std::to_string(number));
             bool exists = false;
             renamed = Platform::renameFileNoReplace(options.path, target, exists, error);
             if (renamed || !exists) break;
-            target = joinName(parts, "_" + stamp + "_" + std::to_string(number));
+        }
+        if (renamed) {
+            lastStamp = stamp;
+            lastNumber = number;
         }
         if (!renamed) {
             // The file stays in use; the next attempt comes at the next threshold.
