@@ -79,7 +79,11 @@ struct LogFileWriter::Private {
     Platform::FileLock fileLock;
     bool lockOpened = false;
     Platform::FileIdentity identity;
+    // The file's size as last seen plus what this writer added since; other processes' lines
+    // are counted when the size is read again, every syncEvery bytes.
     std::int64_t knownSize = 0;
+    std::int64_t sinceSync = 0;
+    std::int64_t syncEvery = 0;
     std::int64_t rotateAt = 0;
     std::uint64_t nextIdentityCheck = 0;
     std::string buffer;
@@ -153,11 +157,12 @@ struct LogFileWriter::Private {
             std::string header = options.header();
             if (!header.empty()) {
                 if (header.back() != '\n') header += '\n';
-                std::int64_t after = 0;
                 std::string error;
-                if (file.write(header.data(), header.size(), after, error)) knownSize = after;
+                if (file.write(header.data(), header.size(), error))
+                    knownSize += static_cast<std::int64_t>(header.size());
             }
         }
+        sinceSync = 0;
         file.identity(identity);
         nextIdentityCheck = Platform::monotonicNs() + IdentityCheckNs;
     }
@@ -219,8 +224,7 @@ struct LogFileWriter::Private {
             std::string footer = options.footer();
             if (!footer.empty()) {
                 if (footer.back() != '\n') footer += '\n';
-                std::int64_t after = 0;
-                file.write(footer.data(), footer.size(), after, error);
+                file.write(footer.data(), footer.size(), error);
             }
         }
         open(true);
@@ -262,9 +266,8 @@ struct LogFileWriter::Private {
         if (!ensureOpen()) return; // the lines are lost; the texts were printed
         if (knownSize >= rotateAt) rotate();
         if (!file.isOpen()) return;
-        std::int64_t after = 0;
         std::string error;
-        if (!file.write(data, size, after, error)) {
+        if (!file.write(data, size, error)) {
             if (!writeFailing) {
                 writeFailing = true;
                 printToStandardError("QorCommon: cannot write log file '" + options.path + "' (" +
@@ -276,7 +279,15 @@ struct LogFileWriter::Private {
             writeFailing = false;
             printToStandardError("QorCommon: writing log file '" + options.path + "' resumed\n");
         }
-        knownSize = after;
+        knownSize += static_cast<std::int64_t>(size);
+        sinceSync += static_cast<std::int64_t>(size);
+        if (sinceSync >= syncEvery) {
+            // Reading the size costs a system call; often enough that files shared with other
+            // processes overshoot the maximum by little.
+            sinceSync = 0;
+            const std::int64_t actual = file.size();
+            if (actual > knownSize) knownSize = actual;
+        }
     }
 
     void flushBuffer() {
@@ -292,6 +303,7 @@ LogFileWriter::LogFileWriter(LogFileOptions options) : d(new Private) {
     if (d->options.flushIntervalMs < 1) d->options.flushIntervalMs = 1;
     d->parts = splitPath(d->options.path);
     d->rotateAt = d->options.maxSize;
+    d->syncEvery = d->options.maxSize / 64;
     if (d->options.buffered) {
         d->buffer.reserve(BufferLimit + 4096);
         Private* state = d.get();

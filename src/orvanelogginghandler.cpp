@@ -121,8 +121,18 @@ public:
     }
     void appendNumber(long long value) {
         char text[24];
-        const int length = std::snprintf(text, sizeof text, "%lld", value);
-        append(text, static_cast<std::size_t>(length));
+        char* end = text + sizeof text;
+        char* p = end;
+        // Negated as unsigned so that the smallest value has a magnitude too.
+        unsigned long long magnitude =
+            value < 0 ? 0ull - static_cast<unsigned long long>(value)
+                      : static_cast<unsigned long long>(value);
+        do {
+            *--p = static_cast<char>('0' + magnitude % 10);
+            magnitude /= 10;
+        } while (magnitude);
+        if (value < 0) *--p = '-';
+        append(p, static_cast<std::size_t>(end - p));
     }
     void appendHex8(unsigned long value) {
         char text[8];

@@ -223,9 +223,8 @@ public:
     bool open(const std::string& path, std::string& error);
     void close();
     bool isOpen() const;
-    /// Writes all bytes with one system call where the system takes them at once; `sizeAfter` is
-    /// the file's size right after this write (others' earlier writes included).
-    bool write(const char* data, std::size_t size, std::int64_t& sizeAfter, std::string& error);
+    /// Writes all bytes with one system call where the system takes them at once.
+    bool write(const char* data, std::size_t size, std::string& error);
     /// The size of the open file, -1 on failure.
     std::int64_t size() const;
     bool identity(FileIdentity& out) const;

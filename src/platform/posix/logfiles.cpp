@@ -68,8 +68,7 @@ bool AppendFile::isOpen() const {
     return m_handle >= 0;
 }
 
-bool AppendFile::write(const char* data, std::size_t size, std::int64_t& sizeAfter,
-                       std::string& error) {
+bool AppendFile::write(const char* data, std::size_t size, std::string& error) {
     const int fd = descriptorOf(m_handle);
     if (fd < 0) {
         error = Posix::errorText(EBADF);
@@ -85,9 +84,6 @@ bool AppendFile::write(const char* data, std::size_t size, std::int64_t& sizeAft
         data += written;
         size -= static_cast<std::size_t>(written);
     }
-    // With O_APPEND the offset is the end of this write: the file's size at that moment.
-    const off_t end = lseek(fd, 0, SEEK_CUR);
-    sizeAfter = end < 0 ? this->size() : static_cast<std::int64_t>(end);
     return true;
 }
 

@@ -71,8 +71,7 @@ bool AppendFile::isOpen() const {
     return m_handle != NoHandle;
 }
 
-bool AppendFile::write(const char* data, std::size_t size, std::int64_t& sizeAfter,
-                       std::string& error) {
+bool AppendFile::write(const char* data, std::size_t size, std::string& error) {
     if (m_handle == NoHandle) {
         error = Win32::errorText(ERROR_INVALID_HANDLE);
         return false;
@@ -87,7 +86,6 @@ bool AppendFile::write(const char* data, std::size_t size, std::int64_t& sizeAft
         data += written;
         size -= written;
     }
-    sizeAfter = this->size();
     return true;
 }
 
