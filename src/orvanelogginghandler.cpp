@@ -594,10 +594,14 @@ public:
           m_replacer(&m_helper) {
         m_usesStack = m_direct ? usesPart(m_segments, Part::LogStack)
                                : format.find("log_stack") != std::string::npos;
+        // Finding the thread's frame stack costs a lookup; lines that do not show it skip it.
+        m_usesDepth = !m_direct || usesPart(m_segments, Part::StackPrefix) ||
+                      usesPart(m_segments, Part::StackLength);
     }
 
     bool isDirect() const { return m_direct; }
     bool usesStack() const { return m_usesStack; }
+    bool usesDepth() const { return m_usesDepth; }
 
     void render(LineBuffer& out, LineValues& values) {
         if (m_direct) {
@@ -617,6 +621,7 @@ private:
     LineMacroHelper m_helper;
     MacroReplacer m_replacer;
     bool m_usesStack = false;
+    bool m_usesDepth = true;
 };
 
 std::string expandPlain(const std::string& text) {
@@ -1078,7 +1083,7 @@ void OrvaneLogger::storeEntry(Priority prio, const LogEntry& entry, const String
     values.prio = prio;
     values.entry = &entry;
     values.stack = &stack;
-    values.depth = loggerHelper()->stack().size();
+    values.depth = settings.renderer->usesDepth() ? loggerHelper()->stack().size() : 0;
     values.timestamp = &timestamp;
     values.diff = diff;
     // Rendered on the writing thread without any lock; only the write itself is serialised.
