@@ -95,6 +95,8 @@ struct LogFileWriter::Private {
     std::string lastStamp;
     long lastNumber = 0;
     Platform::PeriodicTimer timer;
+    // Where the system's append mode is not atomic between processes, writes take the lock too.
+    const bool appendsAtomic = Platform::appendsAreAtomic();
 
     // Holds the advisory lock for a scope when it could be taken; the handler's mutex is held.
     class FileLockScope {
@@ -267,7 +269,14 @@ struct LogFileWriter::Private {
         if (knownSize >= rotateAt) rotate();
         if (!file.isOpen()) return;
         std::string error;
-        if (!file.write(data, size, error)) {
+        bool written;
+        if (appendsAtomic) {
+            written = file.write(data, size, error);
+        } else {
+            FileLockScope scope(*this);
+            written = file.write(data, size, error);
+        }
+        if (!written) {
             if (!writeFailing) {
                 writeFailing = true;
                 printToStandardError("QorCommon: cannot write log file '" + options.path + "' (" +

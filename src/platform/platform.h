@@ -252,6 +252,10 @@ private:
     std::intptr_t m_handle;
 };
 
+/// Whether appends of several processes to one file land whole without further locking: true on
+/// POSIX and Windows; false under Wine, whose append mode seeks to the end and then writes.
+QORCOMMON_API bool appendsAreAtomic();
+
 /// Renames a file unless the target exists; `targetExists` tells that case apart from others.
 QORCOMMON_API bool renameFileNoReplace(const std::string& from, const std::string& to,
                                        bool& targetExists, std::string& error);

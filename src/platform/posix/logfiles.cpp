@@ -137,6 +137,10 @@ void FileLock::unlock() {
     if (m_handle >= 0) flock(descriptorOf(m_handle), LOCK_UN);
 }
 
+bool appendsAreAtomic() {
+    return true;
+}
+
 // ---- renaming and processes -------------------------------------------------------------------
 
 bool renameFileNoReplace(const std::string& from, const std::string& to, bool& targetExists,

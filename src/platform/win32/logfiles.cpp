@@ -135,6 +135,15 @@ void FileLock::unlock() {
     UnlockFileEx(handleOf(m_handle), 0, 1, 0, &overlapped);
 }
 
+bool appendsAreAtomic() {
+    // Wine exports this function from its ntdll; Windows does not.
+    static const bool underWine = [] {
+        HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
+        return ntdll && GetProcAddress(ntdll, "wine_get_version") != nullptr;
+    }();
+    return !underWine;
+}
+
 // ---- renaming and processes -------------------------------------------------------------------
 
 bool renameFileNoReplace(const std::string& from, const std::string& to, bool& targetExists,
