@@ -738,9 +738,10 @@ void OrvaneLoggingSettings::readConfiguration(const GC<ConfigHandler>& config) {
         else valid = false;
     }
     if (readFirst(config, "LOG_FILE_SIZE", "GLOBAL/LOG_FILE_SIZE", value)) {
+        const std::string digits = trimmed(value);
         char* end = nullptr;
-        const long long bytes = std::strtoll(trimmed(value).c_str(), &end, 10);
-        if (end && *end == '\0' && !trimmed(value).empty()) setMaxFileSize(bytes);
+        const long long bytes = std::strtoll(digits.c_str(), &end, 10);
+        if (end && *end == '\0' && !digits.empty()) setMaxFileSize(bytes);
         else valid = false;
     }
     list = StringList();
