@@ -39,7 +39,8 @@
 #include <unistd.h>
 #endif
 
-// ---- allocation counting --------------------------------------------------------------------------
+// ---- allocation counting
+// --------------------------------------------------------------------------
 
 namespace {
 std::atomic<long long> g_allocations{0};
@@ -71,7 +72,8 @@ const char* const kText = "parsing the input data of the request";
 
 std::string outputDir() {
     static const std::string dir = [] {
-        const std::filesystem::path path = std::filesystem::current_path() / "bench_filelogging_out";
+        const std::filesystem::path path =
+            std::filesystem::current_path() / "bench_filelogging_out";
         std::error_code ignored;
         std::filesystem::remove_all(path, ignored);
         std::filesystem::create_directories(path);
@@ -80,7 +82,8 @@ std::string outputDir() {
     return dir;
 }
 
-// ---- QorCommon ------------------------------------------------------------------------------------
+// ---- QorCommon
+// ------------------------------------------------------------------------------------
 
 GC<OrvaneLoggingHandler> makeHandler(const std::string& name, bool buffered) {
     GC<OrvaneLoggingSettings> settings(new OrvaneLoggingSettings);
@@ -108,10 +111,11 @@ void runQor(benchmark::State& state, const GC<Logger>& logger) {
     // Warm up so that the counted loop sees the steady state.
     logger->addEntry(Logger::Info, entry, DateTime::now(), 0);
     const long long before = g_allocations.load();
-    for (auto _ : state) logger->addEntry(Logger::Info, entry, DateTime::now(), 0);
-    state.counters["allocs/line"] = benchmark::Counter(
-        static_cast<double>(g_allocations.load() - before) / static_cast<double>(state.iterations()) /
-        state.threads());
+    for (auto _ : state)
+        logger->addEntry(Logger::Info, entry, DateTime::now(), 0);
+    state.counters["allocs/line"] =
+        benchmark::Counter(static_cast<double>(g_allocations.load() - before) /
+                           static_cast<double>(state.iterations()) / state.threads());
     state.SetItemsProcessed(state.iterations());
 }
 
@@ -134,11 +138,13 @@ BENCHMARK(Qor_Buffered)->Arg(1)->Threads(4)->UseRealTime();
 
 // The clock alone, as every line above reads it.
 void Qor_DateTimeNow(benchmark::State& state) {
-    for (auto _ : state) benchmark::DoNotOptimize(DateTime::now());
+    for (auto _ : state)
+        benchmark::DoNotOptimize(DateTime::now());
 }
 BENCHMARK(Qor_DateTimeNow);
 
-// ---- spdlog ---------------------------------------------------------------------------------------
+// ---- spdlog
+// ---------------------------------------------------------------------------------------
 
 #if defined(QOR_BENCH_WITH_SPDLOG)
 std::shared_ptr<spdlog::sinks::rotating_file_sink_mt> spdlogSink(bool flushEachLine) {
@@ -160,10 +166,11 @@ void runSpdlog(benchmark::State& state, const std::shared_ptr<spdlog::logger>& l
     const spdlog::source_loc where{"parser.cpp", 42, "Parser::run"};
     logger->log(where, spdlog::level::info, "Info: {}", kText);
     const long long before = g_allocations.load();
-    for (auto _ : state) logger->log(where, spdlog::level::info, "Info: {}", kText);
-    state.counters["allocs/line"] = benchmark::Counter(
-        static_cast<double>(g_allocations.load() - before) / static_cast<double>(state.iterations()) /
-        state.threads());
+    for (auto _ : state)
+        logger->log(where, spdlog::level::info, "Info: {}", kText);
+    state.counters["allocs/line"] =
+        benchmark::Counter(static_cast<double>(g_allocations.load() - before) /
+                           static_cast<double>(state.iterations()) / state.threads());
     state.SetItemsProcessed(state.iterations());
 }
 
@@ -182,11 +189,12 @@ BENCHMARK(Spdlog_Buffered)->Arg(0)->Threads(1)->Threads(4)->UseRealTime();
 BENCHMARK(Spdlog_Buffered)->Arg(1)->Threads(4)->UseRealTime();
 #endif
 
-// ---- Poco -----------------------------------------------------------------------------------------
+// ---- Poco
+// -----------------------------------------------------------------------------------------
 
 #if defined(QOR_BENCH_WITH_POCO)
 Poco::Logger& pocoLogger() {
-    static Poco::Logger& logger = [] () -> Poco::Logger& {
+    static Poco::Logger& logger = []() -> Poco::Logger& {
         Poco::AutoPtr<Poco::FileChannel> file(new Poco::FileChannel(outputDir() + "/poco.log"));
         file->setProperty("rotation", std::to_string(kMaxSize / (1024 * 1024)) + " M");
         file->setProperty("archive", "timestamp");
@@ -211,19 +219,20 @@ void Poco_Line(benchmark::State& state) {
     const long long before = g_allocations.load();
     for (auto _ : state)
         logger.log(Poco::Message("bench", text, Poco::Message::PRIO_INFORMATION, "parser.cpp", 42));
-    state.counters["allocs/line"] = benchmark::Counter(
-        static_cast<double>(g_allocations.load() - before) / static_cast<double>(state.iterations()) /
-        state.threads());
+    state.counters["allocs/line"] =
+        benchmark::Counter(static_cast<double>(g_allocations.load() - before) /
+                           static_cast<double>(state.iterations()) / state.threads());
     state.SetItemsProcessed(state.iterations());
 }
 BENCHMARK(Poco_Line)->Threads(1)->Threads(4)->UseRealTime();
 #endif
 
-// ---- the physical limit ---------------------------------------------------------------------------
+// ---- the physical limit
+// ---------------------------------------------------------------------------
 
 const std::string& preformattedLine() {
-    static const std::string line = std::string("0000abcd: 2026-11-23T01:30:00.123 Info: ") + kText +
-                                    " [bench] {parser.cpp:42}\n";
+    static const std::string line = std::string("0000abcd: 2026-11-23T01:30:00.123 Info: ") +
+                                    kText + " [bench] {parser.cpp:42}\n";
     return line;
 }
 
@@ -231,7 +240,8 @@ const std::string& preformattedLine() {
 void Limit_Fwrite(benchmark::State& state) {
     static std::FILE* file = std::fopen((outputDir() + "/limit_fwrite.log").c_str(), "ab");
     const std::string& line = preformattedLine();
-    for (auto _ : state) std::fwrite(line.data(), 1, line.size(), file);
+    for (auto _ : state)
+        std::fwrite(line.data(), 1, line.size(), file);
     state.SetItemsProcessed(state.iterations());
 }
 BENCHMARK(Limit_Fwrite)->UseRealTime();
@@ -242,12 +252,14 @@ void Limit_WritePerLine(benchmark::State& state) {
     static int fd = _open((outputDir() + "/limit_write.log").c_str(),
                           _O_WRONLY | _O_APPEND | _O_CREAT | _O_BINARY, 0666);
     const std::string& line = preformattedLine();
-    for (auto _ : state) benchmark::DoNotOptimize(_write(fd, line.data(), static_cast<unsigned>(line.size())));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(_write(fd, line.data(), static_cast<unsigned>(line.size())));
 #else
-    static int fd = ::open((outputDir() + "/limit_write.log").c_str(),
-                           O_WRONLY | O_APPEND | O_CREAT, 0666);
+    static int fd =
+        ::open((outputDir() + "/limit_write.log").c_str(), O_WRONLY | O_APPEND | O_CREAT, 0666);
     const std::string& line = preformattedLine();
-    for (auto _ : state) benchmark::DoNotOptimize(::write(fd, line.data(), line.size()));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(::write(fd, line.data(), line.size()));
 #endif
     state.SetItemsProcessed(state.iterations());
 }

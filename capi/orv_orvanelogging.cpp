@@ -71,7 +71,8 @@ QORCOMMON_API const char* orv_orvane_logging_handler_getLogDest(void) {
 }
 
 QORCOMMON_API short orv_orvane_logging_handler_setLogLevel(long level) {
-    return QOR_C_GUARDED(short(0), [&] { return cBool(OrvaneLoggingSettings::setLogLevel(level)); });
+    return QOR_C_GUARDED(short(0),
+                         [&] { return cBool(OrvaneLoggingSettings::setLogLevel(level)); });
 }
 
 QORCOMMON_API long orv_orvane_logging_handler_getLogLevel(void) {

@@ -139,7 +139,8 @@ struct LogFileWriter::Private {
             if (!lockOpened && !lockFailing) {
                 lockFailing = true;
                 printToStandardError("QorCommon: cannot open the lock file of '" + options.path +
-                                     "' (" + error + "); rotation is not coordinated with "
+                                     "' (" + error +
+                                     "); rotation is not coordinated with "
                                      "other processes\n");
             }
         }

@@ -15,7 +15,8 @@ namespace Core {
 namespace {
 
 std::string lowerCase(std::string text) {
-    for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    for (char& c : text)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     return text;
 }
 
@@ -149,11 +150,11 @@ GC<Logger> MultipleLoggingHandler::makeLogger(const std::string& name,
 GC<ConfigDefinition> MultipleLoggingHandler::configDefinition() {
     GC<QORConfig> definition(
         new QORConfig(NameInfo("multiple", "Logging into several logging handlers.")));
-    GC<QOREntry> entry(new QOREntry(
-        "MULTIPLE_LOGGING_HANDLER/HANDLERS",
-        NameInfo("Logging Handlers", "The logging handlers that receive every entry."),
-        ConfigEntryDefinition::StringValue, ConfigEntryDefinition::MultipleValues,
-        StringList(std::string("orvanelog"))));
+    GC<QOREntry> entry(
+        new QOREntry("MULTIPLE_LOGGING_HANDLER/HANDLERS",
+                     NameInfo("Logging Handlers", "The logging handlers that receive every entry."),
+                     ConfigEntryDefinition::StringValue, ConfigEntryDefinition::MultipleValues,
+                     StringList(std::string("orvanelog"))));
     definition->appendEntry(GC<ConfigEntryDefinition>(entry));
     return definition;
 }
@@ -174,11 +175,10 @@ GC<LoggingHandler> makeSimpleLoggingHandler(const GC<ConfigHandler>& config) {
 GC<ConfigDefinition> makeSimpleLoggingConfigDefinition() {
     GC<QORConfig> definition(
         new QORConfig(NameInfo("simple", "One plain line per entry on a standard stream.")));
-    GC<QOREntry> entry(new QOREntry("SIMPLE_LOGGING_HANDLER/STREAM",
-                                    NameInfo("Stream", "Where the lines go."),
-                                    ConfigEntryDefinition::StringValue,
-                                    ConfigEntryDefinition::SingleValue,
-                                    StringList(std::string("stderr"))));
+    GC<QOREntry> entry(
+        new QOREntry("SIMPLE_LOGGING_HANDLER/STREAM", NameInfo("Stream", "Where the lines go."),
+                     ConfigEntryDefinition::StringValue, ConfigEntryDefinition::SingleValue,
+                     StringList(std::string("stderr"))));
     entry->appendAvailableValue(
         ConfigEntryDefinition::ValueDefinition("stderr", NameInfo("stderr", "Standard error")));
     entry->appendAvailableValue(

@@ -45,7 +45,8 @@ const unsigned AllContexts = 0x3F;
 const unsigned NotFound = ~0u;
 
 std::string lowerCase(std::string text) {
-    for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    for (char& c : text)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     return text;
 }
 
@@ -124,9 +125,8 @@ public:
         char* end = text + sizeof text;
         char* p = end;
         // Negated as unsigned so that the smallest value has a magnitude too.
-        unsigned long long magnitude =
-            value < 0 ? 0ull - static_cast<unsigned long long>(value)
-                      : static_cast<unsigned long long>(value);
+        unsigned long long magnitude = value < 0 ? 0ull - static_cast<unsigned long long>(value)
+                                                 : static_cast<unsigned long long>(value);
         do {
             *--p = static_cast<char>('0' + magnitude % 10);
             magnitude /= 10;
@@ -137,7 +137,8 @@ public:
     void appendHex8(unsigned long value) {
         char text[8];
         std::uint32_t v = static_cast<std::uint32_t>(value);
-        for (int i = 7; i >= 0; --i, v >>= 4) text[i] = "0123456789abcdef"[v & 15];
+        for (int i = 7; i >= 0; --i, v >>= 4)
+            text[i] = "0123456789abcdef"[v & 15];
         append(text, 8);
     }
     // Two digits of a small number.
@@ -152,7 +153,8 @@ public:
 private:
     void grow(std::size_t needed) {
         std::size_t capacity = m_capacity * 2;
-        while (capacity < needed) capacity *= 2;
+        while (capacity < needed)
+            capacity *= 2;
         std::string bigger;
         bigger.resize(capacity);
         std::memcpy(&bigger[0], m_data, m_size);
@@ -171,12 +173,23 @@ private:
 void appendXmlEscaped(LineBuffer& out, const std::string& text) {
     for (char c : text) {
         switch (c) {
-        case '&': out.append("&amp;"); break;
-        case '<': out.append("&lt;"); break;
-        case '>': out.append("&gt;"); break;
-        case '"': out.append("&quot;"); break;
-        case '\'': out.append("&apos;"); break;
-        default: out.append(c);
+        case '&':
+            out.append("&amp;");
+            break;
+        case '<':
+            out.append("&lt;");
+            break;
+        case '>':
+            out.append("&gt;");
+            break;
+        case '"':
+            out.append("&quot;");
+            break;
+        case '\'':
+            out.append("&apos;");
+            break;
+        default:
+            out.append(c);
         }
     }
 }
@@ -216,11 +229,16 @@ std::string fileNameOf(const std::string& path) {
 
 const char* contextName(int context) {
     switch (context) {
-    case LogEntry::BeginLogging: return "BeginLogging";
-    case LogEntry::General: return "General";
-    case LogEntry::Status: return "Status";
-    case LogEntry::Custom: return "Custom";
-    case LogEntry::EndLogging: return "EndLogging";
+    case LogEntry::BeginLogging:
+        return "BeginLogging";
+    case LogEntry::General:
+        return "General";
+    case LogEntry::Status:
+        return "Status";
+    case LogEntry::Custom:
+        return "Custom";
+    case LogEntry::EndLogging:
+        return "EndLogging";
     }
     return "";
 }
@@ -229,11 +247,16 @@ const char* log4jName(int prio) {
     switch (prio) {
     case 1:
     case 2:
-    case 3: return "DEBUG";
-    case 4: return "INFO";
-    case 5: return "WARN";
-    case 6: return "ERROR";
-    case 7: return "FATAL";
+    case 3:
+        return "DEBUG";
+    case 4:
+        return "INFO";
+    case 5:
+        return "WARN";
+    case 6:
+        return "ERROR";
+    case 7:
+        return "FATAL";
     }
     return "TRACE";
 }
@@ -271,7 +294,7 @@ void appendMessage(LineBuffer& out, const LineValues& v) {
         return;
     case LogEntry::Status:
         out.append(v.prio == Logger::Error || v.prio == Logger::FatalError ? "ErrorCode="
-                                                                             : "StatusCode=");
+                                                                           : "StatusCode=");
         out.appendNumber(entry.statusCode());
         if (!entry.text().empty()) {
             out.append(" (");
@@ -335,11 +358,43 @@ std::string relatedFunction(const LogEntry& entry) {
 // ---- the parsed format --------------------------------------------------------------------------
 
 enum class Part {
-    Literal, ThreadId, ProcessId, TimestampIso, TimestampPosix, TimestampMilliseconds,
-    TimestampWithDiff, Diff, Date, StackPrefix, StackLength, LogStack, LoggerName, ModuleName,
-    ModulePath, ModuleShortName, SrcFile, SrcFilePath, SrcLine, SrcFunction, SrcClass, SrcMethod,
-    SrcFunctionXml, SrcClassXml, SrcMethodXml, CodeLocation, LocationFile, LocationLine, Message,
-    Priority, PriorityLong, PriorityLog4j, Text, CustomContext, Context, StatusCode, Function
+    Literal,
+    ThreadId,
+    ProcessId,
+    TimestampIso,
+    TimestampPosix,
+    TimestampMilliseconds,
+    TimestampWithDiff,
+    Diff,
+    Date,
+    StackPrefix,
+    StackLength,
+    LogStack,
+    LoggerName,
+    ModuleName,
+    ModulePath,
+    ModuleShortName,
+    SrcFile,
+    SrcFilePath,
+    SrcLine,
+    SrcFunction,
+    SrcClass,
+    SrcMethod,
+    SrcFunctionXml,
+    SrcClassXml,
+    SrcMethodXml,
+    CodeLocation,
+    LocationFile,
+    LocationLine,
+    Message,
+    Priority,
+    PriorityLong,
+    PriorityLog4j,
+    Text,
+    CustomContext,
+    Context,
+    StatusCode,
+    Function
 };
 
 struct Segment {
@@ -354,20 +409,35 @@ struct NamedPart {
 };
 
 // Value macros without arguments that the direct writer knows.
-const NamedPart PlainParts[] = {
-    {"thread_id", Part::ThreadId}, {"process_id", Part::ProcessId},
-    {"timestamp", Part::TimestampIso}, {"timestamp_with_diff", Part::TimestampWithDiff},
-    {"diff", Part::Diff}, {"date", Part::Date}, {"stack_prefix", Part::StackPrefix},
-    {"stack_length", Part::StackLength}, {"log_stack", Part::LogStack},
-    {"logger_name", Part::LoggerName}, {"module_name", Part::ModuleName},
-    {"module_path", Part::ModulePath}, {"module_short_name", Part::ModuleShortName},
-    {"src_file", Part::SrcFile}, {"src_file_path", Part::SrcFilePath}, {"src_line", Part::SrcLine},
-    {"src_function", Part::SrcFunction}, {"src_class", Part::SrcClass},
-    {"src_method", Part::SrcMethod}, {"src_function_xml", Part::SrcFunctionXml},
-    {"src_class_xml", Part::SrcClassXml}, {"src_method_xml", Part::SrcMethodXml},
-    {"message", Part::Message}, {"priority", Part::Priority}, {"text", Part::Text},
-    {"custom_context", Part::CustomContext}, {"context", Part::Context},
-    {"status_code", Part::StatusCode}, {"function", Part::Function}};
+const NamedPart PlainParts[] = {{"thread_id", Part::ThreadId},
+                                {"process_id", Part::ProcessId},
+                                {"timestamp", Part::TimestampIso},
+                                {"timestamp_with_diff", Part::TimestampWithDiff},
+                                {"diff", Part::Diff},
+                                {"date", Part::Date},
+                                {"stack_prefix", Part::StackPrefix},
+                                {"stack_length", Part::StackLength},
+                                {"log_stack", Part::LogStack},
+                                {"logger_name", Part::LoggerName},
+                                {"module_name", Part::ModuleName},
+                                {"module_path", Part::ModulePath},
+                                {"module_short_name", Part::ModuleShortName},
+                                {"src_file", Part::SrcFile},
+                                {"src_file_path", Part::SrcFilePath},
+                                {"src_line", Part::SrcLine},
+                                {"src_function", Part::SrcFunction},
+                                {"src_class", Part::SrcClass},
+                                {"src_method", Part::SrcMethod},
+                                {"src_function_xml", Part::SrcFunctionXml},
+                                {"src_class_xml", Part::SrcClassXml},
+                                {"src_method_xml", Part::SrcMethodXml},
+                                {"message", Part::Message},
+                                {"priority", Part::Priority},
+                                {"text", Part::Text},
+                                {"custom_context", Part::CustomContext},
+                                {"context", Part::Context},
+                                {"status_code", Part::StatusCode},
+                                {"function", Part::Function}};
 
 bool isNameChar(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) || c == '_';
@@ -391,7 +461,8 @@ bool parseDirect(const std::string& text, std::vector<Segment>& out, bool inner)
         }
         literal += text.substr(pos, start - pos);
         std::size_t nameEnd = start + 2;
-        while (nameEnd < text.size() && isNameChar(text[nameEnd])) ++nameEnd;
+        while (nameEnd < text.size() && isNameChar(text[nameEnd]))
+            ++nameEnd;
         if (nameEnd >= text.size()) return false;
         const std::string name = text.substr(start + 2, nameEnd - start - 2);
         if (name.empty()) return false;
@@ -399,9 +470,12 @@ bool parseDirect(const std::string& text, std::vector<Segment>& out, bool inner)
         if (text[nameEnd] == ')') {
             pos = nameEnd + 1;
             if (inner) {
-                if (name == "file") out.push_back(Segment{Part::LocationFile, {}, {}});
-                else if (name == "line") out.push_back(Segment{Part::LocationLine, {}, {}});
-                else return false;
+                if (name == "file")
+                    out.push_back(Segment{Part::LocationFile, {}, {}});
+                else if (name == "line")
+                    out.push_back(Segment{Part::LocationLine, {}, {}});
+                else
+                    return false;
                 continue;
             }
             bool known = false;
@@ -466,13 +540,21 @@ void renderSegments(LineBuffer& out, const std::vector<Segment>& segments, const
     const CodeLocation& location = entry.location();
     for (const Segment& segment : segments) {
         switch (segment.part) {
-        case Part::Literal: out.append(segment.text); break;
-        case Part::ThreadId: out.appendHex8(static_cast<unsigned long>(cachedThreadId())); break;
+        case Part::Literal:
+            out.append(segment.text);
+            break;
+        case Part::ThreadId:
+            out.appendHex8(static_cast<unsigned long>(cachedThreadId()));
+            break;
         case Part::ProcessId:
             out.appendHex8(static_cast<unsigned long>(Platform::currentProcessId()));
             break;
-        case Part::TimestampIso: appendIso(out, *v.timestamp); break;
-        case Part::TimestampPosix: out.appendNumber(v.timestamp->asPosixTime()); break;
+        case Part::TimestampIso:
+            appendIso(out, *v.timestamp);
+            break;
+        case Part::TimestampPosix:
+            out.appendNumber(v.timestamp->asPosixTime());
+            break;
         case Part::TimestampMilliseconds:
             out.appendNumber(v.timestamp->asPosixTime() * 1000 +
                              (v.timestamp->hasMilliseconds() ? v.timestamp->milliseconds() : 0));
@@ -482,7 +564,9 @@ void renderSegments(LineBuffer& out, const std::vector<Segment>& segments, const
             out.append(" Diff: ");
             appendDiff(out, v.diff);
             break;
-        case Part::Diff: appendDiff(out, v.diff); break;
+        case Part::Diff:
+            appendDiff(out, v.diff);
+            break;
         case Part::Date: {
             const DateTime& t = *v.timestamp;
             out.appendNumber(t.years());
@@ -495,36 +579,88 @@ void renderSegments(LineBuffer& out, const std::vector<Segment>& segments, const
         case Part::StackPrefix:
             if (v.depth > 1) out.appendBlanks(2 * (v.depth - 1));
             break;
-        case Part::StackLength: out.appendNumber(static_cast<long long>(v.depth)); break;
-        case Part::LogStack: appendStack(out, *v.stack); break;
-        case Part::LoggerName: out.append(*v.loggerName); break;
-        case Part::ModuleName: appendModuleValue(out, v.module->name); break;
-        case Part::ModulePath: appendModuleValue(out, v.module->path); break;
-        case Part::ModuleShortName: appendModuleValue(out, v.module->shortName); break;
-        case Part::SrcFile: out.append(fileNameOf(location.file())); break;
-        case Part::SrcFilePath: out.append(location.file()); break;
-        case Part::SrcLine: appendCodeLocationPart(out, location, true); break;
-        case Part::SrcFunction: out.append(location.function()); break;
-        case Part::SrcClass: out.append(classOf(location.function())); break;
-        case Part::SrcMethod: out.append(methodOf(location.function())); break;
-        case Part::SrcFunctionXml: appendXmlEscaped(out, location.function()); break;
-        case Part::SrcClassXml: appendXmlEscaped(out, classOf(location.function())); break;
-        case Part::SrcMethodXml: appendXmlEscaped(out, methodOf(location.function())); break;
+        case Part::StackLength:
+            out.appendNumber(static_cast<long long>(v.depth));
+            break;
+        case Part::LogStack:
+            appendStack(out, *v.stack);
+            break;
+        case Part::LoggerName:
+            out.append(*v.loggerName);
+            break;
+        case Part::ModuleName:
+            appendModuleValue(out, v.module->name);
+            break;
+        case Part::ModulePath:
+            appendModuleValue(out, v.module->path);
+            break;
+        case Part::ModuleShortName:
+            appendModuleValue(out, v.module->shortName);
+            break;
+        case Part::SrcFile:
+            out.append(fileNameOf(location.file()));
+            break;
+        case Part::SrcFilePath:
+            out.append(location.file());
+            break;
+        case Part::SrcLine:
+            appendCodeLocationPart(out, location, true);
+            break;
+        case Part::SrcFunction:
+            out.append(location.function());
+            break;
+        case Part::SrcClass:
+            out.append(classOf(location.function()));
+            break;
+        case Part::SrcMethod:
+            out.append(methodOf(location.function()));
+            break;
+        case Part::SrcFunctionXml:
+            appendXmlEscaped(out, location.function());
+            break;
+        case Part::SrcClassXml:
+            appendXmlEscaped(out, classOf(location.function()));
+            break;
+        case Part::SrcMethodXml:
+            appendXmlEscaped(out, methodOf(location.function()));
+            break;
         case Part::CodeLocation:
             if (!location.file().empty() || location.line() >= 0)
                 renderSegments(out, segment.children, v);
             break;
-        case Part::LocationFile: appendCodeLocationPart(out, location, false); break;
-        case Part::LocationLine: appendCodeLocationPart(out, location, true); break;
-        case Part::Message: appendMessage(out, v); break;
-        case Part::Priority: out.appendNumber(v.prio); break;
-        case Part::PriorityLong: appendPriorityLong(out, v.prio); break;
-        case Part::PriorityLog4j: out.append(log4jName(v.prio)); break;
-        case Part::Text: out.append(entry.text()); break;
-        case Part::CustomContext: out.append(entry.customContext()); break;
-        case Part::Context: out.append(contextName(entry.context())); break;
-        case Part::StatusCode: out.appendNumber(entry.statusCode()); break;
-        case Part::Function: out.append(relatedFunction(entry)); break;
+        case Part::LocationFile:
+            appendCodeLocationPart(out, location, false);
+            break;
+        case Part::LocationLine:
+            appendCodeLocationPart(out, location, true);
+            break;
+        case Part::Message:
+            appendMessage(out, v);
+            break;
+        case Part::Priority:
+            out.appendNumber(v.prio);
+            break;
+        case Part::PriorityLong:
+            appendPriorityLong(out, v.prio);
+            break;
+        case Part::PriorityLog4j:
+            out.append(log4jName(v.prio));
+            break;
+        case Part::Text:
+            out.append(entry.text());
+            break;
+        case Part::CustomContext:
+            out.append(entry.customContext());
+            break;
+        case Part::Context:
+            out.append(contextName(entry.context()));
+            break;
+        case Part::StatusCode:
+            out.appendNumber(entry.statusCode());
+            break;
+        case Part::Function:
+            out.append(relatedFunction(entry));
+            break;
         }
     }
 }
@@ -561,8 +697,7 @@ public:
 
 private:
     static bool codeLocation(const StringList& args, std::string& result, StringList& errors,
-                             MacroReplacer_RunTimeSession& session,
-                             const CodeLocation& location) {
+                             MacroReplacer_RunTimeSession& session, const CodeLocation& location) {
         if (location.file().empty() && location.line() < 0) {
             result.clear();
             return true;
@@ -573,9 +708,12 @@ private:
         SimpleMacroReplacerHelper inner(
             [&](const std::string& name, const StringList&, std::string& value, StringList&,
                 MacroReplacer*) {
-                if (name == "file") value = file;
-                else if (name == "line") value = line;
-                else return false;
+                if (name == "file")
+                    value = file;
+                else if (name == "line")
+                    value = line;
+                else
+                    return false;
                 return true;
             },
             session.replacer() ? session.replacer()->helper() : nullptr);
@@ -729,32 +867,42 @@ void OrvaneLoggingSettings::readConfiguration(const GC<ConfigHandler>& config) {
         setLogFile(trimmed(value));
     if (readList(config, "LOG_DEST", "GLOBAL/LOG_DEST", list)) {
         unsigned destinations = 0;
-        if (parseDestinations(list, destinations)) setDestinations(destinations);
-        else valid = false;
+        if (parseDestinations(list, destinations))
+            setDestinations(destinations);
+        else
+            valid = false;
     }
     if (readFirst(config, "LOG_LEVEL", "GLOBAL/LOG_LEVEL", value)) {
         long level = 0;
-        if (parseLevel(value, level)) setLevel(level);
-        else valid = false;
+        if (parseLevel(value, level))
+            setLevel(level);
+        else
+            valid = false;
     }
     if (readFirst(config, "LOG_FILE_SIZE", "GLOBAL/LOG_FILE_SIZE", value)) {
         const std::string digits = trimmed(value);
         char* end = nullptr;
         const long long bytes = std::strtoll(digits.c_str(), &end, 10);
-        if (end && *end == '\0' && !digits.empty()) setMaxFileSize(bytes);
-        else valid = false;
+        if (end && *end == '\0' && !digits.empty())
+            setMaxFileSize(bytes);
+        else
+            valid = false;
     }
     list = StringList();
     if (readList(config, "LOG_PRIORITIES", nullptr, list)) {
         unsigned mask = 0;
-        if (parsePriorities(list, mask)) setPriorities(mask);
-        else valid = false;
+        if (parsePriorities(list, mask))
+            setPriorities(mask);
+        else
+            valid = false;
     }
     list = StringList();
     if (readList(config, "LOG_CONTEXTS", nullptr, list)) {
         unsigned mask = 0;
-        if (parseContexts(list, mask)) setContexts(mask);
-        else valid = false;
+        if (parseContexts(list, mask))
+            setContexts(mask);
+        else
+            valid = false;
     }
     if (readFirst(config, "LOG_FORMAT", nullptr, value)) setFormat(value);
     if (readFirst(config, "FILE_HEADER", nullptr, value)) setFileHeader(value);
@@ -763,9 +911,12 @@ void OrvaneLoggingSettings::readConfiguration(const GC<ConfigHandler>& config) {
         setLoggerNamePattern(value);
     if (readFirst(config, "FLUSH", nullptr, value)) {
         const std::string word = lowerCase(trimmed(value));
-        if (word == "line") setFlushPolicy(FlushEachLine);
-        else if (word == "buffered") setFlushPolicy(FlushBuffered);
-        else valid = false;
+        if (word == "line")
+            setFlushPolicy(FlushEachLine);
+        else if (word == "buffered")
+            setFlushPolicy(FlushBuffered);
+        else
+            valid = false;
     }
     long number = 0;
     if (config->getLongEntry(std::string(Section) + "FLUSH_INTERVAL", number))
@@ -828,9 +979,12 @@ const std::string& OrvaneLoggingSettings::format() const {
 
 void OrvaneLoggingSettings::setFormat(const std::string& format) {
     const std::string word = lowerCase(trimmed(format));
-    if (word == "default") d->format = DefaultFormat;
-    else if (word == "compat") d->format = CompatFormat;
-    else d->format = format;
+    if (word == "default")
+        d->format = DefaultFormat;
+    else if (word == "compat")
+        d->format = CompatFormat;
+    else
+        d->format = format;
 }
 
 const std::string& OrvaneLoggingSettings::fileHeader() const {
@@ -890,11 +1044,11 @@ bool OrvaneLoggingSettings::parsePriorities(const StringList& list, unsigned& ma
     static const struct {
         const char* word;
         unsigned bits;
-    } known[] = {{"all", AllPriorities}, {"a", AllPriorities}, {"info", 1u << 1},
-                 {"i", 1u << 1},         {"hint", 1u << 2},    {"h", 1u << 2},
-                 {"status", 1u << 3},    {"s", 1u << 3},       {"message", 1u << 4},
-                 {"m", 1u << 4},         {"warning", 1u << 5}, {"w", 1u << 5},
-                 {"error", 1u << 6},     {"e", 1u << 6},       {"fatal", 1u << 7},
+    } known[] = {{"all", AllPriorities},  {"a", AllPriorities}, {"info", 1u << 1},
+                 {"i", 1u << 1},          {"hint", 1u << 2},    {"h", 1u << 2},
+                 {"status", 1u << 3},     {"s", 1u << 3},       {"message", 1u << 4},
+                 {"m", 1u << 4},          {"warning", 1u << 5}, {"w", 1u << 5},
+                 {"error", 1u << 6},      {"e", 1u << 6},       {"fatal", 1u << 7},
                  {"fatalerror", 1u << 7}, {"f", 1u << 7}};
     unsigned result = 0;
     for (const std::string& word : words(list)) {
@@ -917,13 +1071,20 @@ bool OrvaneLoggingSettings::parseContexts(const StringList& list, unsigned& mask
         for (char c : lowerCase(word)) {
             if (c != ' ' && c != '_') compact += c;
         }
-        if (compact == "beginlogging") result |= 1u << LogEntry::BeginLogging;
-        else if (compact == "general") result |= 1u << LogEntry::General;
-        else if (compact == "status") result |= 1u << LogEntry::Status;
-        else if (compact == "custom") result |= 1u << LogEntry::Custom;
-        else if (compact == "endlogging") result |= 1u << LogEntry::EndLogging;
-        else if (compact == "all") result |= AllContexts;
-        else return false;
+        if (compact == "beginlogging")
+            result |= 1u << LogEntry::BeginLogging;
+        else if (compact == "general")
+            result |= 1u << LogEntry::General;
+        else if (compact == "status")
+            result |= 1u << LogEntry::Status;
+        else if (compact == "custom")
+            result |= 1u << LogEntry::Custom;
+        else if (compact == "endlogging")
+            result |= 1u << LogEntry::EndLogging;
+        else if (compact == "all")
+            result |= AllContexts;
+        else
+            return false;
     }
     mask = result;
     return true;
@@ -948,9 +1109,12 @@ bool OrvaneLoggingSettings::parseDestinations(const StringList& list, unsigned& 
     unsigned result = 0;
     for (const std::string& word : words(list)) {
         const std::string lower = lowerCase(word);
-        if (lower == "file") result |= ToFile;
-        else if (lower == "console") result |= ToConsole;
-        else return false;
+        if (lower == "file")
+            result |= ToFile;
+        else if (lower == "console")
+            result |= ToConsole;
+        else
+            return false;
     }
     destinations = result;
     return true;
@@ -958,10 +1122,14 @@ bool OrvaneLoggingSettings::parseDestinations(const StringList& list, unsigned& 
 
 unsigned OrvaneLoggingSettings::levelMask(long level) {
     switch (level) {
-    case 0: return 0;
-    case 1: return (1u << 5) | (1u << 6) | (1u << 7);
-    case 2: return (1u << 4) | (1u << 5) | (1u << 6) | (1u << 7);
-    case 3: return (1u << 3) | (1u << 4) | (1u << 5) | (1u << 6) | (1u << 7);
+    case 0:
+        return 0;
+    case 1:
+        return (1u << 5) | (1u << 6) | (1u << 7);
+    case 2:
+        return (1u << 4) | (1u << 5) | (1u << 6) | (1u << 7);
+    case 3:
+        return (1u << 3) | (1u << 4) | (1u << 5) | (1u << 6) | (1u << 7);
     }
     return level > 4 ? AllPriorities : level < 0 ? 0 : AllPriorities;
 }
@@ -1154,8 +1322,7 @@ void OrvaneLoggingHandler::flush() {
     std::fflush(stdout);
 }
 
-GC<Logger> OrvaneLoggingHandler::makeLogger(const std::string& name,
-                                            const ModuleInfo& moduleInfo) {
+GC<Logger> OrvaneLoggingHandler::makeLogger(const std::string& name, const ModuleInfo& moduleInfo) {
     if (!d->initialised) init();
     return GC<Logger>(new OrvaneLogger(d->settings, loggerHelper(), name, moduleInfo));
 }
@@ -1167,10 +1334,14 @@ std::string OrvaneLoggingHandler::getDefaultName(const ModuleInfo& moduleInfo) c
     const std::string version = moduleInfo.version().toString();
     MacroReplacer replacer([&](const std::string& macro, const StringList&, std::string& value,
                                StringList&, MacroReplacer*) {
-        if (macro == "module_name") value = moduleName;
-        else if (macro == "module_type") value = moduleType;
-        else if (macro == "module_version") value = version;
-        else return false;
+        if (macro == "module_name")
+            value = moduleName;
+        else if (macro == "module_type")
+            value = moduleType;
+        else if (macro == "module_version")
+            value = version;
+        else
+            return false;
         if (value.empty()) value = "[not found]";
         return true;
     });
@@ -1180,7 +1351,8 @@ std::string OrvaneLoggingHandler::getDefaultName(const ModuleInfo& moduleInfo) c
 }
 
 GC<ConfigDefinition> OrvaneLoggingHandler::configDefinition() {
-    GC<QORConfig> definition(new QORConfig(NameInfo("orvanelog", "Old (orvane.log) style logging.")));
+    GC<QORConfig> definition(
+        new QORConfig(NameInfo("orvanelog", "Old (orvane.log) style logging.")));
     auto add = [&](const char* entry, const char* fallback, const char* label,
                    const char* description, ConfigEntryDefinition::ValueType type,
                    ConfigEntryDefinition::Multiplicity multiplicity, const StringList& defaults,
@@ -1207,9 +1379,9 @@ GC<ConfigDefinition> OrvaneLoggingHandler::configDefinition() {
         E::StringValue, E::SingleValue, StringList(std::string("Level 4")),
         {"No Logging", "Level 1", "Level 2", "Level 3", "Level 4"}, E::OneOfAvailable);
     add("LOG_FILE_SIZE", "GLOBAL/LOG_FILE_SIZE", "Maximum Size of Logfile",
-        "Size in bytes at which the log file is renamed aside (1024 to 2000000000).",
-        E::LongValue, E::SingleValue, StringList(std::to_string(DefaultFileSize)),
-        {"1024", "2000000000"}, E::FreeValue);
+        "Size in bytes at which the log file is renamed aside (1024 to 2000000000).", E::LongValue,
+        E::SingleValue, StringList(std::to_string(DefaultFileSize)), {"1024", "2000000000"},
+        E::FreeValue);
     add("LOG_PRIORITIES", nullptr, "Log Priorities", "The priorities that are written.",
         E::StringValue, E::MultipleValues, StringList(std::string("all")),
         {"all", "info", "hint", "status", "message", "warning", "error", "fatal", "fatalerror"},

@@ -119,7 +119,8 @@ TEST(LogFileStress, EightThreadsWithATinyMaximumSize) {
                 writeLines(handler.getLogger(kModule), "t" + std::to_string(t), lines);
             });
         }
-        for (std::thread& worker : workers) worker.join();
+        for (std::thread& worker : workers)
+            worker.join();
     }
     const Census result = census(dir.path(), "s", lines);
     EXPECT_GT(result.files, 100u);
@@ -135,13 +136,15 @@ TEST(LogFileStress, FourProcessesShareOneRotatingFile) {
     std::vector<std::thread> starters;
     for (int p = 0; p < processes; ++p) {
         starters.emplace_back([&, p] {
-            exitCodes[static_cast<std::size_t>(p)] = Platform::runProcess(
-                program, {"--log-child", path, "p" + std::to_string(p), std::to_string(lines),
-                          std::to_string(32 * 1024)});
+            exitCodes[static_cast<std::size_t>(p)] =
+                Platform::runProcess(program, {"--log-child", path, "p" + std::to_string(p),
+                                               std::to_string(lines), std::to_string(32 * 1024)});
         });
     }
-    for (std::thread& starter : starters) starter.join();
-    for (int code : exitCodes) EXPECT_EQ(code, 0);
+    for (std::thread& starter : starters)
+        starter.join();
+    for (int code : exitCodes)
+        EXPECT_EQ(code, 0);
     const Census result = census(dir.path(), "p", lines);
     EXPECT_GT(result.files, 20u);
     expectEveryLineOnce(result, processes);

@@ -83,12 +83,11 @@ TEST(MultipleLoggingHandler, FeedsEveryHandlerWithOneFunnel) {
     }
     handler.loggerHelper()->unregisterListener(GC<LoggingListener>(listener));
     EXPECT_EQ(listener->calls, 5);
-    EXPECT_EQ(readFile(dir.file("m.log")),
-              "Function start: outer [app]\n"
-              "  Function start: inner [app]\n"
-              "  Warning: deep [app]\n"
-              "  Function end [app]\n"
-              "Function end [app]\n");
+    EXPECT_EQ(readFile(dir.file("m.log")), "Function start: outer [app]\n"
+                                           "  Function start: inner [app]\n"
+                                           "  Warning: deep [app]\n"
+                                           "  Function end [app]\n"
+                                           "Function end [app]\n");
     ASSERT_EQ(recording->lines.size(), 5u);
     EXPECT_EQ(recording->lines[2], "app|5|2|deep");
 }
@@ -99,7 +98,8 @@ TEST(MultipleLoggingHandler, MadeFromTheConfiguredNames) {
     });
     GC<MemoryConfigHandler> config(new MemoryConfigHandler);
     StringList names;
-    names << "void" << "recording";
+    names << "void"
+          << "recording";
     config->setStringListEntry("MULTIPLE_LOGGING_HANDLER/HANDLERS", names);
     GC<LoggingHandler> made = Logging::handlerFactory("multiple")(GC<ConfigHandler>(config));
     auto* multiple = dynamic_cast<MultipleLoggingHandler*>(made.ptr());
@@ -115,7 +115,9 @@ TEST(MultipleLoggingHandler, MadeFromTheConfiguredNames) {
     // An unknown name, or a handler that names itself without end, leaves a working handler
     // that reports the fault from init().
     names = StringList();
-    names << "nosuch" << "multiple" << "void";
+    names << "nosuch"
+          << "multiple"
+          << "void";
     config->setStringListEntry("MULTIPLE_LOGGING_HANDLER/HANDLERS", names);
     MultipleLoggingHandler faulty{GC<ConfigHandler>(config)};
     EXPECT_FALSE(faulty.init());

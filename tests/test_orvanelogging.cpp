@@ -40,14 +40,16 @@ std::vector<std::string> linesOf(const std::string& text) {
     std::vector<std::string> lines;
     std::stringstream in(text);
     std::string line;
-    while (std::getline(in, line)) lines.push_back(line);
+    while (std::getline(in, line))
+        lines.push_back(line);
     return lines;
 }
 
 // The files of a folder, sorted by name.
 std::vector<std::string> filesIn(const std::string& folder) {
     std::vector<std::string> names;
-    for (const auto& item : fs::directory_iterator(folder)) names.push_back(item.path().filename().string());
+    for (const auto& item : fs::directory_iterator(folder))
+        names.push_back(item.path().filename().string());
     std::sort(names.begin(), names.end());
     return names;
 }
@@ -77,13 +79,14 @@ GC<OrvaneLoggingSettings> fileSettings(const std::string& path, std::int64_t max
 
 } // namespace
 
-// ---- rendering ------------------------------------------------------------------------------------
+// ---- rendering
+// ------------------------------------------------------------------------------------
 
 TEST(OrvaneRendering, MessageByContextAndPriority) {
     const CodeLocation location = at("src/parser.cpp", 42, "Parser::run");
-    EXPECT_EQ(render("$(message)", Logger::Status,
-                     LogEntry(LogEntry::BeginLogging, "", 0, location)),
-              "Function start: Parser::run");
+    EXPECT_EQ(
+        render("$(message)", Logger::Status, LogEntry(LogEntry::BeginLogging, "", 0, location)),
+        "Function start: Parser::run");
     EXPECT_EQ(render("$(message)", Logger::Status, LogEntry(LogEntry::BeginLogging, "named", 0)),
               "Function start: named");
     EXPECT_EQ(render("$(message)", Logger::Status, LogEntry(LogEntry::EndLogging, "", 0)),
@@ -97,26 +100,28 @@ TEST(OrvaneRendering, MessageByContextAndPriority) {
     EXPECT_EQ(render("$(message)", Logger::Status, LogEntry::fromStatus(12, "x")),
               "StatusCode=12 (x)");
     EXPECT_EQ(render("$(message)", Logger::Warning, LogEntry::fromStatus(-3)), "StatusCode=-3");
-    EXPECT_EQ(render("$(message)", Logger::Info, LogEntry::fromCustomContext("key", "v")),
-              "key=v");
+    EXPECT_EQ(render("$(message)", Logger::Info, LogEntry::fromCustomContext("key", "v")), "key=v");
     const std::pair<Logger::Priority, const char*> prefixes[] = {
-        {Logger::Info, "Info: "},       {Logger::Hint, "Hint: "},
-        {Logger::Status, "Status: "},   {Logger::Message, "Message: "},
-        {Logger::Warning, "Warning: "}, {Logger::Error, "Error: "},
+        {Logger::Info, "Info: "},
+        {Logger::Hint, "Hint: "},
+        {Logger::Status, "Status: "},
+        {Logger::Message, "Message: "},
+        {Logger::Warning, "Warning: "},
+        {Logger::Error, "Error: "},
         {Logger::FatalError, "Fatal Error: "}};
     for (const auto& prefix : prefixes)
         EXPECT_EQ(render("$(message)", prefix.first, LogEntry::fromGeneralMessage("m")),
                   std::string(prefix.second) + "m");
-    EXPECT_EQ(render("$(message)", static_cast<Logger::Priority>(0),
-                     LogEntry::fromGeneralMessage("m")),
-              "m");
+    EXPECT_EQ(
+        render("$(message)", static_cast<Logger::Priority>(0), LogEntry::fromGeneralMessage("m")),
+        "m");
 }
 
 TEST(OrvaneRendering, PriorityForms) {
-    const char* longNames[] = {"0", "Info", "Hint", "Status", "Message", "Warning", "Error",
-                               "FatalError", "9"};
-    const char* log4j[] = {"TRACE", "DEBUG", "DEBUG", "DEBUG", "INFO", "WARN", "ERROR", "FATAL",
-                           "TRACE"};
+    const char* longNames[] = {"0",       "Info",  "Hint",       "Status", "Message",
+                               "Warning", "Error", "FatalError", "9"};
+    const char* log4j[] = {"TRACE", "DEBUG", "DEBUG", "DEBUG", "INFO",
+                           "WARN",  "ERROR", "FATAL", "TRACE"};
     const int values[] = {0, 1, 2, 3, 4, 5, 6, 7, 9};
     for (int i = 0; i < 9; ++i) {
         const auto prio = static_cast<Logger::Priority>(values[i]);
@@ -197,9 +202,9 @@ TEST(OrvaneRendering, ReplacerPathRendersLikeTheDirectWriter) {
     for (const LogEntry& entry : entries) {
         for (const char* format : formats) {
             const std::string direct = render(format, Logger::Error, entry, 2);
-            EXPECT_EQ(render(std::string("$(//:via the replacer)") + format, Logger::Error, entry,
-                             2),
-                      direct)
+            EXPECT_EQ(
+                render(std::string("$(//:via the replacer)") + format, Logger::Error, entry, 2),
+                direct)
                 << format;
         }
     }
@@ -209,7 +214,8 @@ TEST(OrvaneRendering, ReplacerPathRendersLikeTheDirectWriter) {
               "big SoS");
 }
 
-// ---- settings -------------------------------------------------------------------------------------
+// ---- settings
+// -------------------------------------------------------------------------------------
 
 TEST(OrvaneSettings, WordsOfPrioritiesContextsLevelsAndDestinations) {
     unsigned mask = 0;
@@ -218,7 +224,11 @@ TEST(OrvaneSettings, WordsOfPrioritiesContextsLevelsAndDestinations) {
     EXPECT_TRUE(OrvaneLoggingSettings::parsePriorities(StringList("FatalError"), mask));
     EXPECT_EQ(mask, 1u << 7);
     StringList several;
-    several << "i" << "h" << "S" << "message" << "f";
+    several << "i"
+            << "h"
+            << "S"
+            << "message"
+            << "f";
     EXPECT_TRUE(OrvaneLoggingSettings::parsePriorities(several, mask));
     EXPECT_EQ(mask, (1u << 1) | (1u << 2) | (1u << 3) | (1u << 4) | (1u << 7));
     EXPECT_TRUE(OrvaneLoggingSettings::parsePriorities(StringList("ALL"), mask));
@@ -227,7 +237,8 @@ TEST(OrvaneSettings, WordsOfPrioritiesContextsLevelsAndDestinations) {
     EXPECT_FALSE(OrvaneLoggingSettings::parsePriorities(StringList("info,loud"), mask));
     EXPECT_EQ(mask, 7u);
 
-    EXPECT_TRUE(OrvaneLoggingSettings::parseContexts(StringList("Begin Logging, End Logging"), mask));
+    EXPECT_TRUE(
+        OrvaneLoggingSettings::parseContexts(StringList("Begin Logging, End Logging"), mask));
     EXPECT_EQ(mask, (1u << LogEntry::BeginLogging) | (1u << LogEntry::EndLogging));
     EXPECT_FALSE(OrvaneLoggingSettings::parseContexts(StringList("Middle"), mask));
 
@@ -304,18 +315,18 @@ TEST(OrvaneSettings, DefinitionPublishesEveryKey) {
     EXPECT_EQ(definition->nameInfo().name(), "orvanelog");
     EXPECT_EQ(definition->nameInfo().description(), "Old (orvane.log) style logging.");
     std::map<std::string, GC<ConfigEntryDefinition>> byPath;
-    for (const auto& entry : definition->entryDefinitions()) byPath[entry->path()] = entry;
-    const std::map<std::string, std::string> labels = {
-        {"LOG_FILE", "Logfile"},
-        {"LOG_DEST", "Log Destination"},
-        {"LOG_LEVEL", "Log Level"},
-        {"LOG_FILE_SIZE", "Maximum Size of Logfile"},
-        {"LOG_PRIORITIES", "Log Priorities"},
-        {"LOG_CONTEXTS", "Log Contexts"},
-        {"LOG_FORMAT", "Log Format"},
-        {"FILE_HEADER", "File Header"},
-        {"FILE_FOOTER", "File Footer"},
-        {"LOGGER_NAME", "Logger Name"}};
+    for (const auto& entry : definition->entryDefinitions())
+        byPath[entry->path()] = entry;
+    const std::map<std::string, std::string> labels = {{"LOG_FILE", "Logfile"},
+                                                       {"LOG_DEST", "Log Destination"},
+                                                       {"LOG_LEVEL", "Log Level"},
+                                                       {"LOG_FILE_SIZE", "Maximum Size of Logfile"},
+                                                       {"LOG_PRIORITIES", "Log Priorities"},
+                                                       {"LOG_CONTEXTS", "Log Contexts"},
+                                                       {"LOG_FORMAT", "Log Format"},
+                                                       {"FILE_HEADER", "File Header"},
+                                                       {"FILE_FOOTER", "File Footer"},
+                                                       {"LOGGER_NAME", "Logger Name"}};
     for (const auto& label : labels) {
         const auto found = byPath.find("ORVANE_LOGGING_HANDLER/" + label.first);
         ASSERT_NE(found, byPath.end()) << label.first;
@@ -325,8 +336,9 @@ TEST(OrvaneSettings, DefinitionPublishesEveryKey) {
     ASSERT_EQ(size.size(), 2u);
     EXPECT_EQ(size[0].value, "1024");
     EXPECT_EQ(size[1].value, "2000000000");
-    EXPECT_EQ(byPath["ORVANE_LOGGING_HANDLER/LOG_FILE"]->nameInfo().customInfo().get("fallback", ""),
-              "GLOBAL/LOG_FILE");
+    EXPECT_EQ(
+        byPath["ORVANE_LOGGING_HANDLER/LOG_FILE"]->nameInfo().customInfo().get("fallback", ""),
+        "GLOBAL/LOG_FILE");
     EXPECT_EQ(byPath["ORVANE_LOGGING_HANDLER/LOG_FILE"]->getDefaultValues()[0],
               "$(current_dir)/orvane.log");
 }
@@ -354,7 +366,8 @@ TEST(OrvaneSettings, ProcessWideValuesSeedNewHandlers) {
     EXPECT_EQ(seeded.logFile(), "elsewhere.log");
     EXPECT_EQ(seeded.level(), 2);
     EXPECT_EQ(seeded.maxFileSize(), 4096);
-    EXPECT_EQ(seeded.destinations(), OrvaneLoggingSettings::ToFile | OrvaneLoggingSettings::ToConsole);
+    EXPECT_EQ(seeded.destinations(),
+              OrvaneLoggingSettings::ToFile | OrvaneLoggingSettings::ToConsole);
 
     OrvaneLoggingSettings::setLogfilePath(path);
     OrvaneLoggingSettings::setLogLevel(level);
@@ -364,7 +377,8 @@ TEST(OrvaneSettings, ProcessWideValuesSeedNewHandlers) {
     EXPECT_EQ(builtIn.logFile(), Platform::currentDirectory() + "/orvane.log");
 }
 
-// ---- writing --------------------------------------------------------------------------------------
+// ---- writing
+// --------------------------------------------------------------------------------------
 
 TEST(OrvaneWriting, FiltersDecideWhatReachesTheFile) {
     QorTest::ScratchDir dir("orvane_filters");
@@ -401,8 +415,8 @@ TEST(OrvaneWriting, UnopenableFileLosesTheLineWithBothTexts) {
     testing::internal::CaptureStdout();
     logger->addEntry(Logger::Info, LogEntry::fromGeneralMessage("lost"), kTime, 0);
     const std::string printed = testing::internal::GetCapturedStdout();
-    EXPECT_EQ(printed, "cannot open logfile (1): " + path + "\ncannot open logfile (2): " + path +
-                           "\n");
+    EXPECT_EQ(printed,
+              "cannot open logfile (1): " + path + "\ncannot open logfile (2): " + path + "\n");
     EXPECT_FALSE(fs::exists(path));
 }
 
@@ -421,8 +435,8 @@ TEST(OrvaneWriting, ConsoleDestinationWritesToStandardOutput) {
     settings->setDestinations(OrvaneLoggingSettings::ToConsole);
     OrvaneLoggingHandler consoleOnly(settings);
     testing::internal::CaptureStdout();
-    consoleOnly.getLogger(kModule)->addEntry(Logger::Hint, LogEntry::fromGeneralMessage("c"),
-                                             kTime, 0);
+    consoleOnly.getLogger(kModule)->addEntry(Logger::Hint, LogEntry::fromGeneralMessage("c"), kTime,
+                                             0);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "Hint: c\n");
     EXPECT_FALSE(fs::exists(dir.file("none.log")));
 }
@@ -518,7 +532,8 @@ TEST(OrvaneWriting, LinesOfManyThreadsStayWhole) {
                                      kTime, 0);
             });
         }
-        for (std::thread& thread : threads) thread.join();
+        for (std::thread& thread : threads)
+            thread.join();
     }
     std::set<std::string> seen;
     for (const std::string& line : linesOf(readFile(dir.file("t.log")))) {

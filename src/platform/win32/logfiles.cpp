@@ -23,8 +23,8 @@ bool identityOfHandle(HANDLE handle, FileIdentity& out) {
     BY_HANDLE_FILE_INFORMATION information{};
     if (!GetFileInformationByHandle(handle, &information)) return false;
     out.device = information.dwVolumeSerialNumber;
-    out.index = (static_cast<std::uint64_t>(information.nFileIndexHigh) << 32) |
-                information.nFileIndexLow;
+    out.index =
+        (static_cast<std::uint64_t>(information.nFileIndexHigh) << 32) | information.nFileIndexLow;
     return true;
 }
 
@@ -169,8 +169,10 @@ void appendQuoted(std::wstring& line, const std::wstring& argument) {
             ++backslashes;
             continue;
         }
-        if (character == L'"') line.append(2 * backslashes + 1, L'\\');
-        else line.append(backslashes, L'\\');
+        if (character == L'"')
+            line.append(2 * backslashes + 1, L'\\');
+        else
+            line.append(backslashes, L'\\');
         backslashes = 0;
         line += character;
     }
