@@ -710,7 +710,24 @@ DateTime DateTime::now(bool utc) {
     const long fraction = static_cast<long>(milliseconds - posixSeconds * 1000);
     DateTime result;
     if (!utc) {
-        result.fromPosixTime(posixSeconds, fraction);
+        // Log lines read the clock many times a second: the calendar fields of the current
+        // second are kept per thread, so the local-time conversion runs once a second.
+        struct LastSecond {
+            std::int64_t posixSeconds;
+            Value value;
+            bool known;
+        };
+        thread_local LastSecond last{};
+        if (last.known && last.posixSeconds == posixSeconds) {
+            result.m_value = last.value;
+            result.m_value.milliseconds = static_cast<std::int32_t>(fraction);
+            return result;
+        }
+        if (result.fromPosixTime(posixSeconds, fraction)) {
+            last.posixSeconds = posixSeconds;
+            last.value = result.m_value;
+            last.known = true;
+        }
         return result;
     }
     const std::int64_t day = floorDiv(posixSeconds, SecondsPerDay);

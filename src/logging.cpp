@@ -92,6 +92,11 @@ void Logger::storeBatch(const std::list<GC<LogElement>>& elements) {
     }
 }
 
+void Logger::forwardEntry(Priority prio, const LogEntry& entry, const StringList& stack,
+                          const DateTime& timestamp, double diff) {
+    storeEntry(prio, entry, stack, timestamp, diff);
+}
+
 bool Logger::pushFrame(LoggingFrame* frame) {
     return d->helper->pushFrame(frame);
 }

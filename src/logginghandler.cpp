@@ -51,6 +51,10 @@ const GC<LoggerHelper>& LoggingHandler::loggerHelper() const {
     return d->helper;
 }
 
+void LoggingHandler::setLoggerHelper(const GC<LoggerHelper>& helper) {
+    if (helper) d->helper = helper;
+}
+
 std::string LoggingHandler::getDefaultName(const ModuleInfo& moduleInfo) const {
     return moduleInfo.name();
 }

@@ -101,6 +101,10 @@ protected:
 public:
     /// Stores each element in turn, as an entry with an empty stack and a diff of 0.
     virtual void storeBatch(const std::list<GC<LogElement>>& elements);
+    /// Hands an entry straight to storeEntry, past the listeners and the last element: for
+    /// loggers that fan entries out to other loggers, whose funnel has already run.
+    void forwardEntry(Priority prio, const LogEntry& entry, const StringList& stack,
+                      const DateTime& timestamp, double diff);
 
 protected:
     const GC<LoggerHelper>& loggerHelper() const;

@@ -35,6 +35,9 @@ public:
 
     /// The helper shared by all loggers of this handler.
     const GC<LoggerHelper>& loggerHelper() const;
+    /// Makes the handler's later loggers share `helper` (frame stacks and listeners), as the
+    /// handlers behind a multiple handler share its helper. A null helper changes nothing.
+    void setLoggerHelper(const GC<LoggerHelper>& helper);
 
 protected:
     /// Makes one logger over loggerHelper().

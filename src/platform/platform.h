@@ -216,8 +216,74 @@ std::vector<std::string> listDirectory(const std::string& folder, const std::str
 /// flushed to disk and renamed over the target. The target keeps its permissions (and owner
 /// where the process may set it); a symbolic link is written through, staying a link. On any
 /// failure the target is untouched, no temporary is left, and `error` says why.
-bool replaceFileContents(const std::string& path, const void* data,
-                                       std::size_t size, std::string& error);
+bool replaceFileContents(const std::string& path, const void* data, std::size_t size,
+                         std::string& error);
+
+// ---- log files shared between threads and processes --------------------------------------------
+
+/// What makes a file the same file under any name: device and inode (POSIX), volume serial number
+/// and file index (Win32).
+struct FileIdentity {
+    std::uint64_t device = 0;
+    std::uint64_t index = 0;
+    bool operator==(const FileIdentity& other) const {
+        return device == other.device && index == other.index;
+    }
+    bool operator!=(const FileIdentity& other) const { return !(*this == other); }
+};
+
+/// The identity of the file at `path`; false when there is none.
+bool fileIdentity(const std::string& path, FileIdentity& out);
+
+/// A file opened for appending, created when missing. Each write lands whole at the end of the
+/// file even while other processes append to it (O_APPEND / FILE_APPEND_DATA), and the file can
+/// be renamed or deleted while it is open (Win32: shared for reading, writing and deletion).
+class AppendFile {
+public:
+    AppendFile();
+    ~AppendFile();
+    AppendFile(const AppendFile&) = delete;
+    AppendFile& operator=(const AppendFile&) = delete;
+
+    bool open(const std::string& path, std::string& error);
+    void close();
+    bool isOpen() const;
+    /// Writes all bytes with one system call where the system takes them at once.
+    bool write(const char* data, std::size_t size, std::string& error);
+    /// The size of the open file, -1 on failure.
+    std::int64_t size() const;
+    bool identity(FileIdentity& out) const;
+
+private:
+    std::intptr_t m_handle;
+};
+
+/// An advisory lock on a side file, excluding other holders in this and in other processes
+/// (flock / LockFileEx). The lock file is created when missing and left in place.
+class FileLock {
+public:
+    FileLock();
+    ~FileLock();
+    FileLock(const FileLock&) = delete;
+    FileLock& operator=(const FileLock&) = delete;
+
+    bool open(const std::string& path, std::string& error);
+    bool isOpen() const;
+    /// Waits for the lock; false when the file is not open or the system refuses.
+    bool lock();
+    void unlock();
+
+private:
+    std::intptr_t m_handle;
+};
+
+/// Whether appends of several processes to one file land whole without further locking: true on
+/// POSIX and Windows; false under Wine, whose append mode seeks to the end and then writes.
+bool appendsAreAtomic();
+
+/// Renames a file unless the target exists; `targetExists` tells that case apart from others.
+bool renameFileNoReplace(const std::string& from, const std::string& to, bool& targetExists,
+                         std::string& error);
 
 // ---- time --------------------------------------------------------------------------------------
 
