@@ -374,6 +374,9 @@ bool Thread::join(long timeoutMs) {
     if (d->onOwnThread()) return false;
     if (WaitForSingleObject(d->handle, Win32::toWaitTime(timeoutMs)) != WAIT_OBJECT_0) return false;
     d->release();
+    // The thread's detach notification ran before its handle was signalled; reporting its end now
+    // means a joined thread's per-thread values are gone when join returns, as on POSIX.
+    runPendingThreadExits();
     return true;
 }
 
