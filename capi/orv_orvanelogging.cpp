@@ -33,14 +33,14 @@ const char* const kEmpty = "";
 
 extern "C" {
 
-QORCOMMON_API short orv_orvane_logging_handler_setLogfilePath(const char* path) {
+QORCOMMON_API short orv_orvane_logging_handler_setLogfilePath(const char* path) noexcept {
     return QOR_C_GUARDED(short(0), [&] {
         if (!QOR_CHECK(path)) return short(0);
         return cBool(OrvaneLoggingSettings::setLogfilePath(path));
     });
 }
 
-QORCOMMON_API const char* orv_orvane_logging_handler_getLogfilePath(void) {
+QORCOMMON_API const char* orv_orvane_logging_handler_getLogfilePath(void) noexcept {
     return QOR_C_GUARDED(kEmpty, [&] {
         std::string& buffer = buffers().logfilePath;
         buffer = OrvaneLoggingSettings::getLogfilePath();
@@ -48,21 +48,21 @@ QORCOMMON_API const char* orv_orvane_logging_handler_getLogfilePath(void) {
     });
 }
 
-QORCOMMON_API short orv_orvane_logging_handler_setLogDest(const char* destination) {
+QORCOMMON_API short orv_orvane_logging_handler_setLogDest(const char* destination) noexcept {
     return QOR_C_GUARDED(short(0), [&] {
         if (!QOR_CHECK(destination)) return short(0);
         return cBool(OrvaneLoggingSettings::setLogDest(destination));
     });
 }
 
-QORCOMMON_API short orv_orvane_logging_handler_addLogDest(const char* destination) {
+QORCOMMON_API short orv_orvane_logging_handler_addLogDest(const char* destination) noexcept {
     return QOR_C_GUARDED(short(0), [&] {
         if (!QOR_CHECK(destination)) return short(0);
         return cBool(OrvaneLoggingSettings::addLogDest(destination));
     });
 }
 
-QORCOMMON_API const char* orv_orvane_logging_handler_getLogDest(void) {
+QORCOMMON_API const char* orv_orvane_logging_handler_getLogDest(void) noexcept {
     return QOR_C_GUARDED(kEmpty, [&] {
         std::string& buffer = buffers().logDest;
         buffer = OrvaneLoggingSettings::getLogDest();
@@ -70,21 +70,21 @@ QORCOMMON_API const char* orv_orvane_logging_handler_getLogDest(void) {
     });
 }
 
-QORCOMMON_API short orv_orvane_logging_handler_setLogLevel(long level) {
+QORCOMMON_API short orv_orvane_logging_handler_setLogLevel(long level) noexcept {
     return QOR_C_GUARDED(short(0),
                          [&] { return cBool(OrvaneLoggingSettings::setLogLevel(level)); });
 }
 
-QORCOMMON_API long orv_orvane_logging_handler_getLogLevel(void) {
+QORCOMMON_API long orv_orvane_logging_handler_getLogLevel(void) noexcept {
     return QOR_C_GUARDED(-1L, [&] { return OrvaneLoggingSettings::getLogLevel(); });
 }
 
-QORCOMMON_API short orv_orvane_logging_handler_setLogMaxSize(long bytes) {
+QORCOMMON_API short orv_orvane_logging_handler_setLogMaxSize(long bytes) noexcept {
     return QOR_C_GUARDED(short(0),
                          [&] { return cBool(OrvaneLoggingSettings::setLogMaxSize(bytes)); });
 }
 
-QORCOMMON_API long orv_orvane_logging_handler_getLogMaxSize(void) {
+QORCOMMON_API long orv_orvane_logging_handler_getLogMaxSize(void) noexcept {
     return QOR_C_GUARDED(-1L, [&] { return OrvaneLoggingSettings::getLogMaxSize(); });
 }
 

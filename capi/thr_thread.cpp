@@ -24,11 +24,11 @@ namespace {
 class CVariable : public ThreadManagedObject {
 public:
     explicit CVariable(thr_DestroyFunction destroy)
-        : m_destroy(destroy),
-          m_id(threadObjectDepot().registerObject(ThreadObjectDepot::Creator(),
-                                                   [destroy](void* value) {
-                                                       if (destroy && value) destroy(value);
-                                                   })) {
+        : m_destroy(destroy), m_id(threadObjectDepot().registerObject(ThreadObjectDepot::Creator(),
+                                                                      [destroy](void* value) {
+                                                                          if (destroy && value)
+                                                                              destroy(value);
+                                                                      })) {
         if (ThreadManagedObjectGC* gc = QOR::ensureThreadLocalVariableGC())
             gc->registerObject(this);
     }
@@ -73,15 +73,14 @@ Thread* asThread(thr_Thread_ptr handle) {
 
 extern "C" {
 
-QORCOMMON_API thr_Variable_ptr thr_variable_create(thr_DestroyFunction destroy) {
+QORCOMMON_API thr_Variable_ptr thr_variable_create(thr_DestroyFunction destroy) noexcept {
     thr_Variable_ptr handle;
-    handle.obj = QOR_C_GUARDED(static_cast<void*>(nullptr), [&]() -> void* {
-        return new (std::nothrow) CVariable(destroy);
-    });
+    handle.obj = QOR_C_GUARDED(static_cast<void*>(nullptr),
+                               [&]() -> void* { return new (std::nothrow) CVariable(destroy); });
     return handle;
 }
 
-QORCOMMON_API short thr_variable_set(thr_Variable_ptr variable, void* value) {
+QORCOMMON_API short thr_variable_set(thr_Variable_ptr variable, void* value) noexcept {
     return QOR_C_GUARDED(static_cast<short>(0), [&]() -> short {
         if (!QOR_CHECK(variable.obj)) return 0;
         asVariable(variable)->set(value);
@@ -89,21 +88,21 @@ QORCOMMON_API short thr_variable_set(thr_Variable_ptr variable, void* value) {
     });
 }
 
-QORCOMMON_API void* thr_variable_get(thr_Variable_ptr variable) {
+QORCOMMON_API void* thr_variable_get(thr_Variable_ptr variable) noexcept {
     return QOR_C_GUARDED(static_cast<void*>(nullptr), [&]() -> void* {
         if (!QOR_CHECK(variable.obj)) return nullptr;
         return asVariable(variable)->get();
     });
 }
 
-QORCOMMON_API void* thr_variable_take(thr_Variable_ptr variable) {
+QORCOMMON_API void* thr_variable_take(thr_Variable_ptr variable) noexcept {
     return QOR_C_GUARDED(static_cast<void*>(nullptr), [&]() -> void* {
         if (!QOR_CHECK(variable.obj)) return nullptr;
         return asVariable(variable)->take();
     });
 }
 
-QORCOMMON_API void thr_variable_delete(thr_Variable_ptr variable) {
+QORCOMMON_API void thr_variable_delete(thr_Variable_ptr variable) noexcept {
     QOR_C_GUARDED_VOID([&] {
         if (!QOR_CHECK(variable.obj)) return;
         delete asVariable(variable);
@@ -111,7 +110,7 @@ QORCOMMON_API void thr_variable_delete(thr_Variable_ptr variable) {
 }
 
 QORCOMMON_API thr_Thread_ptr thr_thread_start(thr_ThreadFunction function, void* argument,
-                                              const char* name) {
+                                              const char* name) noexcept {
     thr_Thread_ptr handle;
     handle.obj = QOR_C_GUARDED(static_cast<void*>(nullptr), [&]() -> void* {
         if (!QOR_CHECK(function)) return nullptr;
@@ -126,44 +125,44 @@ QORCOMMON_API thr_Thread_ptr thr_thread_start(thr_ThreadFunction function, void*
     return handle;
 }
 
-QORCOMMON_API void thr_thread_requestStop(thr_Thread_ptr thread) {
+QORCOMMON_API void thr_thread_requestStop(thr_Thread_ptr thread) noexcept {
     QOR_C_GUARDED_VOID([&] {
         if (QOR_CHECK(thread.obj)) asThread(thread)->requestStop();
     });
 }
 
-QORCOMMON_API short thr_thread_join(thr_Thread_ptr thread, long timeoutMs) {
+QORCOMMON_API short thr_thread_join(thr_Thread_ptr thread, long timeoutMs) noexcept {
     return QOR_C_GUARDED(static_cast<short>(0), [&]() -> short {
         if (!QOR_CHECK(thread.obj)) return 0;
         return asThread(thread)->join(timeoutMs) ? 1 : 0;
     });
 }
 
-QORCOMMON_API short thr_thread_isRunning(thr_Thread_ptr thread) {
+QORCOMMON_API short thr_thread_isRunning(thr_Thread_ptr thread) noexcept {
     return QOR_C_GUARDED(static_cast<short>(0), [&]() -> short {
         if (!QOR_CHECK(thread.obj)) return 0;
         return asThread(thread)->isRunning() ? 1 : 0;
     });
 }
 
-QORCOMMON_API void thr_thread_destruct(thr_Thread_ptr thread) {
+QORCOMMON_API void thr_thread_destruct(thr_Thread_ptr thread) noexcept {
     QOR_C_GUARDED_VOID([&] {
         if (QOR_CHECK(thread.obj)) delete asThread(thread);
     });
 }
 
-QORCOMMON_API short thr_stopRequested(long waitMs) {
+QORCOMMON_API short thr_stopRequested(long waitMs) noexcept {
     return QOR_C_GUARDED(static_cast<short>(0), [&]() -> short {
         const StopToken token = Thread::currentStopToken();
         return (waitMs > 0 ? token.waitForStop(waitMs) : token.stopRequested()) ? 1 : 0;
     });
 }
 
-QORCOMMON_API long thr_currentThreadId(void) {
+QORCOMMON_API long thr_currentThreadId(void) noexcept {
     return QOR_C_GUARDED(-1L, [] { return Thread::currentThreadId(); });
 }
 
-QORCOMMON_API void thr_sleep(long milliseconds) {
+QORCOMMON_API void thr_sleep(long milliseconds) noexcept {
     QOR_C_GUARDED_VOID([&] { Thread::sleep(milliseconds); });
 }
 

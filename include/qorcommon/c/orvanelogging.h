@@ -17,21 +17,23 @@
 QORCOMMON_EXTERN_C_BEGIN
 
 /* The log file's path; macros ("$(current_dir)") are expanded when a handler takes it. */
-QORCOMMON_API short orv_orvane_logging_handler_setLogfilePath(const char* path);
-QORCOMMON_API const char* orv_orvane_logging_handler_getLogfilePath(void);
+QORCOMMON_API short orv_orvane_logging_handler_setLogfilePath(const char* path) QORCOMMON_NOEXCEPT;
+QORCOMMON_API const char* orv_orvane_logging_handler_getLogfilePath(void) QORCOMMON_NOEXCEPT;
 
 /* Destinations: "File" and "Console", several joined by ",". */
-QORCOMMON_API short orv_orvane_logging_handler_setLogDest(const char* destination);
-QORCOMMON_API short orv_orvane_logging_handler_addLogDest(const char* destination);
-QORCOMMON_API const char* orv_orvane_logging_handler_getLogDest(void);
+QORCOMMON_API short
+orv_orvane_logging_handler_setLogDest(const char* destination) QORCOMMON_NOEXCEPT;
+QORCOMMON_API short
+orv_orvane_logging_handler_addLogDest(const char* destination) QORCOMMON_NOEXCEPT;
+QORCOMMON_API const char* orv_orvane_logging_handler_getLogDest(void) QORCOMMON_NOEXCEPT;
 
 /* 0 (no logging) to 4 (everything). */
-QORCOMMON_API short orv_orvane_logging_handler_setLogLevel(long level);
-QORCOMMON_API long orv_orvane_logging_handler_getLogLevel(void);
+QORCOMMON_API short orv_orvane_logging_handler_setLogLevel(long level) QORCOMMON_NOEXCEPT;
+QORCOMMON_API long orv_orvane_logging_handler_getLogLevel(void) QORCOMMON_NOEXCEPT;
 
 /* Bytes at which the log file is renamed aside. */
-QORCOMMON_API short orv_orvane_logging_handler_setLogMaxSize(long bytes);
-QORCOMMON_API long orv_orvane_logging_handler_getLogMaxSize(void);
+QORCOMMON_API short orv_orvane_logging_handler_setLogMaxSize(long bytes) QORCOMMON_NOEXCEPT;
+QORCOMMON_API long orv_orvane_logging_handler_getLogMaxSize(void) QORCOMMON_NOEXCEPT;
 
 QORCOMMON_EXTERN_C_END
 

@@ -15,6 +15,7 @@
 #include "qorcommon/c/macroreplacer.h"
 #include "qorcommon/c/object.h"
 #include "qorcommon/c/orvanecfg.h"
+#include "qorcommon/c/orvanelogging.h"
 #include "qorcommon/c/string.h"
 #include "qorcommon/c/stringlist.h"
 #include "qorcommon/c/thread.h"

@@ -33,35 +33,35 @@ typedef void (*thr_ThreadFunction)(void* argument);
 
 /* A new per-thread variable; `destroy` may be null when values need no freeing. A null handle when
  * memory runs out. */
-QORCOMMON_API thr_Variable_ptr thr_variable_create(thr_DestroyFunction destroy);
+QORCOMMON_API thr_Variable_ptr thr_variable_create(thr_DestroyFunction destroy) QORCOMMON_NOEXCEPT;
 /* Stores the calling thread's value; the value it replaces (if another one) is destroyed. Returns
  * 1, or 0 on a null handle. */
-QORCOMMON_API short thr_variable_set(thr_Variable_ptr variable, void* value);
+QORCOMMON_API short thr_variable_set(thr_Variable_ptr variable, void* value) QORCOMMON_NOEXCEPT;
 /* The calling thread's value, null when it has none. */
-QORCOMMON_API void* thr_variable_get(thr_Variable_ptr variable);
+QORCOMMON_API void* thr_variable_get(thr_Variable_ptr variable) QORCOMMON_NOEXCEPT;
 /* Removes the calling thread's value without destroying it and returns it; the caller owns it. */
-QORCOMMON_API void* thr_variable_take(thr_Variable_ptr variable);
+QORCOMMON_API void* thr_variable_take(thr_Variable_ptr variable) QORCOMMON_NOEXCEPT;
 /* Destroys the values of every thread and the variable itself. */
-QORCOMMON_API void thr_variable_delete(thr_Variable_ptr variable);
+QORCOMMON_API void thr_variable_delete(thr_Variable_ptr variable) QORCOMMON_NOEXCEPT;
 
 /* Runs function(argument) on a new thread named `name` (may be null) for debuggers. A null handle
  * when the thread cannot be made. */
 QORCOMMON_API thr_Thread_ptr thr_thread_start(thr_ThreadFunction function, void* argument,
-                                              const char* name);
+                                              const char* name) QORCOMMON_NOEXCEPT;
 /* Asks the thread to stop; its function sees it through thr_stopRequested. */
-QORCOMMON_API void thr_thread_requestStop(thr_Thread_ptr thread);
+QORCOMMON_API void thr_thread_requestStop(thr_Thread_ptr thread) QORCOMMON_NOEXCEPT;
 /* Waits at most timeoutMs (negative: no limit) for the thread to end; 1 when it has ended. */
-QORCOMMON_API short thr_thread_join(thr_Thread_ptr thread, long timeoutMs);
-QORCOMMON_API short thr_thread_isRunning(thr_Thread_ptr thread);
+QORCOMMON_API short thr_thread_join(thr_Thread_ptr thread, long timeoutMs) QORCOMMON_NOEXCEPT;
+QORCOMMON_API short thr_thread_isRunning(thr_Thread_ptr thread) QORCOMMON_NOEXCEPT;
 /* Asks the thread to stop, waits for its end, and frees the handle. */
-QORCOMMON_API void thr_thread_destruct(thr_Thread_ptr thread);
+QORCOMMON_API void thr_thread_destruct(thr_Thread_ptr thread) QORCOMMON_NOEXCEPT;
 
 /* On a thread made by thr_thread_start: 1 when a stop was requested, waiting at most waitMs for the
  * request (0: only looks). On other threads nothing can ask for a stop: 0 after waitMs. */
-QORCOMMON_API short thr_stopRequested(long waitMs);
+QORCOMMON_API short thr_stopRequested(long waitMs) QORCOMMON_NOEXCEPT;
 /* The system id of the calling thread. */
-QORCOMMON_API long thr_currentThreadId(void);
-QORCOMMON_API void thr_sleep(long milliseconds);
+QORCOMMON_API long thr_currentThreadId(void) QORCOMMON_NOEXCEPT;
+QORCOMMON_API void thr_sleep(long milliseconds) QORCOMMON_NOEXCEPT;
 
 QORCOMMON_EXTERN_C_END
 
