@@ -3,6 +3,7 @@
 
 #include "qorcommon/globalvariable.h"
 #include "qorcommon/orvanelogginghandler.h"
+#include "qorcommon/string.h"
 
 #include <cctype>
 #include <iostream>
@@ -14,17 +15,13 @@ namespace Core {
 
 namespace {
 
-std::string lowerCase(std::string text) {
-    for (char& c : text)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return text;
+// Configuration words compare without case and surrounding blanks.
+std::string lowerCase(const std::string& text) {
+    return String(text).toLower().str();
 }
 
 std::string trimmed(const std::string& text) {
-    const std::size_t first = text.find_first_not_of(" \t\r\n");
-    if (first == std::string::npos) return std::string();
-    const std::size_t last = text.find_last_not_of(" \t\r\n");
-    return text.substr(first, last - first + 1);
+    return String(text).trim().str();
 }
 
 using FactoryMap = std::map<std::string, LoggingHandlerFactory>;

@@ -9,6 +9,7 @@
 #include "qorcommon/globalvariable.h"
 #include "qorcommon/macroreplacer.h"
 #include "qorcommon/mutex.h"
+#include "qorcommon/string.h"
 
 #include "logfilewriter.h"
 #include "platform/platform.h"
@@ -44,17 +45,13 @@ const unsigned AllPriorities = 0x1FF;
 const unsigned AllContexts = 0x3F;
 const unsigned NotFound = ~0u;
 
-std::string lowerCase(std::string text) {
-    for (char& c : text)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return text;
+// Configuration words compare without case and surrounding blanks.
+std::string lowerCase(const std::string& text) {
+    return String(text).toLower().str();
 }
 
 std::string trimmed(const std::string& text) {
-    const std::size_t first = text.find_first_not_of(" \t\r\n");
-    if (first == std::string::npos) return std::string();
-    const std::size_t last = text.find_last_not_of(" \t\r\n");
-    return text.substr(first, last - first + 1);
+    return String(text).trim().str();
 }
 
 // Every value of a list, each also split at commas: "File,Console" reads like two values.
