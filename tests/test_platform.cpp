@@ -136,6 +136,12 @@ TEST(PlatformThread, ExitHookFiresOnceForArmedThreadsOnly) {
     std::thread unarmed([] { P::yieldThread(); });
     unarmed.join();
 
+#ifdef _WIN32
+    // The loader reports ends under its lock; the hook runs only when asked for, off that lock
+    // (a join of the library's own threads asks).
+    EXPECT_TRUE(endedThreads().empty());
+#endif
+
     P::Thread platformThread;
     long armedPlatform = -1;
     ASSERT_TRUE(platformThread.start([&] {
@@ -143,11 +149,6 @@ TEST(PlatformThread, ExitHookFiresOnceForArmedThreadsOnly) {
         P::armThreadExitHook();
     }));
     ASSERT_TRUE(platformThread.join(-1));
-
-#ifdef _WIN32
-    // The loader reports ends under its lock; the hook runs only when asked for, off that lock.
-    EXPECT_TRUE(endedThreads().empty());
-#endif
     P::runPendingThreadExits();
     std::vector<long> ended = endedThreads();
     std::sort(ended.begin(), ended.end());
