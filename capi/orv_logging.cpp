@@ -521,16 +521,34 @@ QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_createCustom2(const char* customCont
     });
 }
 
+// The bodies of the printf-style constructors: each C function starts its argument list and
+// hands it over, so the boundary reports the C function's own name.
+static orv_LogEntry_ptr generalEntryFromArgs(const char* function, const orv_CodeLocation* location,
+                                             const char* format, va_list args) noexcept {
+    return CApi::guarded(function, nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
+        const std::string text = formatted(format, args);
+        if (!location) return entryHandle(LogEntry::fromGeneralMessage(text));
+        return entryHandle(LogEntry::fromGeneralMessage(text, CWrapper::toCodeLocation(*location)));
+    });
+}
+
+static orv_LogEntry_ptr variableEntryFromArgs(const char* function,
+                                              const orv_CodeLocation* location, const char* name,
+                                              const char* type, const char* format,
+                                              va_list args) noexcept {
+    return CApi::guarded(function, nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
+        const std::string value = formatted(format, args);
+        if (!location) return entryHandle(variableEntry(name, type, value, nullptr));
+        const CodeLocation where = CWrapper::toCodeLocation(*location);
+        return entryHandle(variableEntry(name, type, value, &where));
+    });
+}
+
 QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_createGeneral(orv_CodeLocation location,
                                                           const char* format, ...) noexcept {
     va_list args;
     va_start(args, format);
-    const orv_LogEntry_ptr result =
-        QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
-            const std::string text = formatted(format, args);
-            return entryHandle(
-                LogEntry::fromGeneralMessage(text, CWrapper::toCodeLocation(location)));
-        });
+    const orv_LogEntry_ptr result = generalEntryFromArgs(__func__, &location, format, args);
     va_end(args);
     return result;
 }
@@ -539,12 +557,7 @@ QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_createGeneral1(orv_CodeLocation loca
                                                            const char* format, ...) noexcept {
     va_list args;
     va_start(args, format);
-    const orv_LogEntry_ptr result =
-        QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
-            const std::string text = formatted(format, args);
-            return entryHandle(
-                LogEntry::fromGeneralMessage(text, CWrapper::toCodeLocation(location)));
-        });
+    const orv_LogEntry_ptr result = generalEntryFromArgs(__func__, &location, format, args);
     va_end(args);
     return result;
 }
@@ -552,11 +565,7 @@ QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_createGeneral1(orv_CodeLocation loca
 QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_createGeneral2(const char* format, ...) noexcept {
     va_list args;
     va_start(args, format);
-    const orv_LogEntry_ptr result =
-        QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
-            const std::string text = formatted(format, args);
-            return entryHandle(LogEntry::fromGeneralMessage(text));
-        });
+    const orv_LogEntry_ptr result = generalEntryFromArgs(__func__, nullptr, format, args);
     va_end(args);
     return result;
 }
@@ -567,11 +576,7 @@ QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_createFromVariable(orv_CodeLocation 
     va_list args;
     va_start(args, format);
     const orv_LogEntry_ptr result =
-        QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
-            const std::string value = formatted(format, args);
-            const CodeLocation where = CWrapper::toCodeLocation(location);
-            return entryHandle(variableEntry(name, type, value, &where));
-        });
+        variableEntryFromArgs(__func__, &location, name, type, format, args);
     va_end(args);
     return result;
 }
@@ -582,11 +587,7 @@ QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_createFromVariable1(orv_CodeLocation
     va_list args;
     va_start(args, format);
     const orv_LogEntry_ptr result =
-        QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
-            const std::string value = formatted(format, args);
-            const CodeLocation where = CWrapper::toCodeLocation(location);
-            return entryHandle(variableEntry(name, type, value, &where));
-        });
+        variableEntryFromArgs(__func__, &location, name, type, format, args);
     va_end(args);
     return result;
 }
@@ -596,10 +597,7 @@ QORCOMMON_API orv_LogEntry_ptr orv_LogEntry_createFromVariable3(const char* name
     va_list args;
     va_start(args, format);
     const orv_LogEntry_ptr result =
-        QOR_C_GUARDED(nullHandle<orv_LogEntry_ptr>(), [&]() -> orv_LogEntry_ptr {
-            const std::string value = formatted(format, args);
-            return entryHandle(variableEntry(name, type, value, nullptr));
-        });
+        variableEntryFromArgs(__func__, nullptr, name, type, format, args);
     va_end(args);
     return result;
 }
