@@ -17,17 +17,7 @@
 
 using namespace Orvane::Core;
 
-namespace {
-
-template <class Condition> bool eventually(Condition condition) {
-    for (int i = 0; i < 3000; ++i) {
-        if (condition()) return true;
-        Thread::sleep(10);
-    }
-    return condition();
-}
-
-} // namespace
+using QorTest::eventually;
 
 // ---- Event -------------------------------------------------------------------------------------
 
@@ -370,12 +360,15 @@ TEST(Timeline, CancelRacingCallbacksNeverLetsThemRunAfterwards) {
     for (int round = 0; round < 40; ++round) {
         auto cancelled = std::make_shared<std::atomic<bool>>(false);
         auto runs = std::make_shared<std::atomic<int>>(0);
-        const Timeline::Id id = timeline.add(0, [cancelled, runs, &violation] {
-            if (*cancelled) violation = true;
-            ++*runs;
-            Thread::yield();
-            if (*cancelled) violation = true;
-        }, 1);
+        const Timeline::Id id = timeline.add(
+            0,
+            [cancelled, runs, &violation] {
+                if (*cancelled) violation = true;
+                ++*runs;
+                Thread::yield();
+                if (*cancelled) violation = true;
+            },
+            1);
         ASSERT_NE(id, 0u);
         EXPECT_TRUE(eventually([&] { return runs->load() >= 1 + round % 3; }));
         EXPECT_TRUE(timeline.cancel(id));
@@ -393,14 +386,17 @@ TEST(Timeline, CallbacksMayCancelThemselvesAndOthers) {
     std::atomic<Timeline::Id> self{0}, other{0};
     Event done(Event::ManualReset);
     other = timeline.add(100000, [&] { ++otherRuns; });
-    self = timeline.add(0, [&] {
-        while (self.load() == 0) // the id is stored once add() has returned
-            Thread::yield();
-        ++selfRuns;
-        EXPECT_TRUE(timeline.cancel(self));
-        EXPECT_TRUE(timeline.cancel(other));
-        done.set();
-    }, 1);
+    self = timeline.add(
+        0,
+        [&] {
+            while (self.load() == 0) // the id is stored once add() has returned
+                Thread::yield();
+            ++selfRuns;
+            EXPECT_TRUE(timeline.cancel(self));
+            EXPECT_TRUE(timeline.cancel(other));
+            done.set();
+        },
+        1);
     ASSERT_TRUE(done.wait(-1));
     EXPECT_TRUE(eventually([&] { return timeline.size() == 0; }));
     EXPECT_EQ(selfRuns.load(), 1);

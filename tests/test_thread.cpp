@@ -14,18 +14,7 @@
 
 using namespace Orvane::Core;
 
-namespace {
-
-// Waits for a condition that another thread makes true, for far longer than it should ever take.
-template <class Condition> bool eventually(Condition condition) {
-    for (int i = 0; i < 3000; ++i) {
-        if (condition()) return true;
-        Thread::sleep(10);
-    }
-    return condition();
-}
-
-} // namespace
+using QorTest::eventually;
 
 TEST(StopToken, RequestReachesEveryCopyOnce) {
     StopToken inert;
@@ -96,7 +85,8 @@ TEST(Thread, StopRequestIsHonouredAndJoinKeepsItsLimit) {
 
     // A second run gets a fresh request.
     std::atomic<bool> freshRequest{false};
-    ASSERT_TRUE(thread.start([&](const StopToken& token) { freshRequest = !token.stopRequested(); }));
+    ASSERT_TRUE(
+        thread.start([&](const StopToken& token) { freshRequest = !token.stopRequested(); }));
     EXPECT_TRUE(thread.join(-1));
     EXPECT_TRUE(freshRequest.load());
     EXPECT_FALSE(Thread::currentStopToken().stopPossible());
@@ -142,7 +132,8 @@ TEST(Thread, NamesReachTheSystem) {
     ASSERT_TRUE(plain.join(-1));
     // A cut never splits a character.
     if (!renamed.empty()) {
-        EXPECT_EQ(std::string("r\xC3\xA9nom\xC3\xA9-thread-\xC3\xA9t\xC3\xA9").rfind(renamed, 0), 0u);
+        EXPECT_EQ(std::string("r\xC3\xA9nom\xC3\xA9-thread-\xC3\xA9t\xC3\xA9").rfind(renamed, 0),
+                  0u);
     }
     EXPECT_LE(renamed.size(), 40u);
 }
@@ -206,7 +197,8 @@ TEST(TimerThread, SingleShotRestartAndPeriodChange) {
     std::atomic<int> ticks{0};
     EXPECT_FALSE(timer.restart()); // never started
     EXPECT_FALSE(timer.setPeriod(0));
-    ASSERT_TRUE(timer.start(5, [&] { ++ticks; }, false));
+    ASSERT_TRUE(timer.start(
+        5, [&] { ++ticks; }, false));
     EXPECT_FALSE(timer.isRepeating());
     EXPECT_TRUE(eventually([&] { return ticks.load() == 1 && !timer.isRunning(); }));
     EXPECT_TRUE(timer.stop());

@@ -3,7 +3,9 @@
 
 #include "qorcommon/assertion.h"
 
+#include <chrono>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace QorTest {
@@ -40,5 +42,15 @@ public:
 private:
     std::string m_path;
 };
+
+/// Waits for a condition that another thread makes true, for far longer than it should ever take
+/// (30 s), so that a loaded machine does not make a test fail; true once the condition holds.
+template <class Condition> bool eventually(Condition condition) {
+    for (int i = 0; i < 3000; ++i) {
+        if (condition()) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return condition();
+}
 
 } // namespace QorTest
