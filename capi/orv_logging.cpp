@@ -307,18 +307,23 @@ QORCOMMON_API void orv_logging_EndFrame2(orv_LoggingFrame_ptr loggingFrame) noex
 }
 
 // Each variadic function starts its arguments in its own body (a va_list cannot be handed on
-// before va_start) and formats them inside the C boundary.
+// before va_start) and hands them to one body that formats them inside the C boundary, reported
+// under the C function's own name.
+template <class Where>
+static void endFrameFromArgs(const char* function, orv_LoggingFrame_ptr loggingFrame,
+                             const Where& where, const char* format, va_list args) noexcept {
+    CApi::guardedVoid(function, [&] {
+        if (frameIsSet(loggingFrame))
+            endFrameWithText(loggingFrame, where, formatted(format, args));
+    });
+}
 
 QORCOMMON_API void orv_logging_EndFrame_retval(orv_LoggingFrame_ptr loggingFrame,
                                                orv_CodeLocation location, const char* format,
                                                ...) noexcept {
     va_list args;
     va_start(args, format);
-    QOR_C_GUARDED_VOID([&] {
-        if (!frameIsSet(loggingFrame)) return;
-        const std::string text = formatted(format, args);
-        endFrameWithText(loggingFrame, location, text);
-    });
+    endFrameFromArgs(__func__, loggingFrame, location, format, args);
     va_end(args);
 }
 
@@ -327,11 +332,7 @@ QORCOMMON_API void orv_logging_EndFrame_retval1(orv_LoggingFrame_ptr loggingFram
                                                 ...) noexcept {
     va_list args;
     va_start(args, format);
-    QOR_C_GUARDED_VOID([&] {
-        if (!frameIsSet(loggingFrame)) return;
-        const std::string text = formatted(format, args);
-        endFrameWithText(loggingFrame, location, text);
-    });
+    endFrameFromArgs(__func__, loggingFrame, location, format, args);
     va_end(args);
 }
 
@@ -340,11 +341,7 @@ QORCOMMON_API void orv_logging_EndFrame_retval2(orv_LoggingFrame_ptr loggingFram
                                                 ...) noexcept {
     va_list args;
     va_start(args, format);
-    QOR_C_GUARDED_VOID([&] {
-        if (!frameIsSet(loggingFrame)) return;
-        const std::string text = formatted(format, args);
-        endFrameWithText(loggingFrame, functionName, text);
-    });
+    endFrameFromArgs(__func__, loggingFrame, functionName, format, args);
     va_end(args);
 }
 
@@ -353,10 +350,7 @@ QORCOMMON_API void orv_logging_EndFrame_retval2(orv_LoggingFrame_ptr loggingFram
                             const char* format, ...) noexcept {                                    \
         va_list args;                                                                              \
         va_start(args, format);                                                                    \
-        QOR_C_GUARDED_VOID([&] {                                                                   \
-            if (frameIsSet(loggingFrame))                                                          \
-                endFrameWithText(loggingFrame, where, formatted(format, args));                    \
-        });                                                                                        \
+        endFrameFromArgs(__func__, loggingFrame, where, format, args);                             \
         va_end(args);                                                                              \
         return value;                                                                              \
     }
