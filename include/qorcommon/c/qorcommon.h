@@ -11,6 +11,7 @@
 #include "qorcommon/c/datetime.h"
 #include "qorcommon/c/errorinfo.h"
 #include "qorcommon/c/export.h"
+#include "qorcommon/c/framework.h"
 #include "qorcommon/c/logging.h"
 #include "qorcommon/c/macroreplacer.h"
 #include "qorcommon/c/object.h"
