@@ -10,6 +10,7 @@
 #include "qorcommon/c/configdefinition.h"
 #include "qorcommon/c/datetime.h"
 #include "qorcommon/c/errorinfo.h"
+#include "qorcommon/c/errorinfocollector.h"
 #include "qorcommon/c/export.h"
 #include "qorcommon/c/framework.h"
 #include "qorcommon/c/logging.h"
