@@ -246,6 +246,7 @@ TEST(CErrorInfoCollector, CallbackGetsTheThreeRecordsAndTheTagStaysWithTheListen
     orv_ErrorInfoCollector_unregisterListener(handle, lis);
     collector->add(record("unheard"), kModule, CodeLocation());
     EXPECT_EQ(cSeen.calls, 1);
+    orv_ErrorInfoCollectorListener_destruct(lis);
 
     // Freeing a listener that is still registered takes it off the list.
     lis = orv_ErrorInfoCollector_registerListener1(handle, &cCallback, nullptr);
