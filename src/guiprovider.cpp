@@ -86,6 +86,9 @@ GuiProvider::Answer TextGuiProvider::logon(const GuiRequest& request, GuiRequest
         writeText(m_out, "Log-on cancelled: standard input is not a terminal\n");
         return Cancelled;
     }
+    // One form at a time owns the terminal, so that the prompts of two forms do not mix.
+    static Mutex* const terminal = new Mutex;
+    MutexLocker lock(*terminal);
     const Result written = writeText(m_out, formatRequest(request));
     if (!written) {
         failure = written.errorInfo();

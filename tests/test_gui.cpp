@@ -9,15 +9,19 @@
 #include "qorcommon/guiprovider.h"
 #include "qorcommon/libraryloader.h"
 #include "qorcommon/libraryservices.h"
+#include "qorcommon/logging.h"
 
 #include "platform/platform.h"
 #include "testsupport.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdio>
 #include <fstream>
+#include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 using namespace Orvane::Core;
@@ -47,6 +51,19 @@ std::vector<std::string> fieldNames(const GuiRequest& request) {
     return names;
 }
 
+// Keeps the messages that reach it as "<priority> <text>".
+class MessageLog : public Logger {
+public:
+    MessageLog() : Logger(GC<LoggerHelper>(), "gui", ModuleInfo()) {}
+    std::vector<std::string> messages;
+
+protected:
+    void storeEntry(Priority prio, const LogEntry& entry, const StringList&, const DateTime&,
+                    double) override {
+        messages.push_back(std::string(priorityName(prio)) + " " + entry.text());
+    }
+};
+
 // Holds the test plug-in loaded for the whole test, so the tests can reach its recording
 // functions, and restores the user-interaction state afterwards.
 class GuiPluginTest : public testing::Test {
@@ -55,8 +72,10 @@ protected:
         ASSERT_TRUE(m_plugin.load(guiPluginPath())) << m_plugin.errorText();
         m_plugin.function<void (*)(const char*)>("qortest_gui_setRecord")(m_record.c_str());
         m_plugin.function<void (*)(int)>("qortest_gui_claimRevision")(GUI_PLUGIN_API_REVISION);
+        setGuiLogger(m_log);
     }
     void TearDown() override {
+        setGuiLogger(GC<Logger>());
         deinitGuiProvider();
         unloadGuiPlugin();
         m_plugin.function<void (*)(const char*)>("qortest_gui_setRecord")("");
@@ -74,6 +93,8 @@ protected:
     QorTest::ScratchDir m_scratch{"gui"};
     std::string m_record = m_scratch.file("record.txt");
     LibraryLoader m_plugin;
+    MessageLog* m_messages = new MessageLog;
+    GC<Logger> m_log{m_messages};
 };
 
 } // namespace
@@ -186,13 +207,11 @@ TEST_F(GuiPluginTest, ShownErrorsReachThePluginAndDeinitRestoresTheHandler) {
                                        void* context) { ++*static_cast<int*>(context); },
                                     &marker);
 
-    testing::internal::CaptureStderr();
     const Result init = initGuiProvider(guiPluginPath());
-    const std::string logged = testing::internal::GetCapturedStderr();
     ASSERT_TRUE(init) << init.errorInfo().hint();
     EXPECT_TRUE(isGuiPluginLoaded());
     // The plug-in's message came back through the callback table.
-    EXPECT_EQ(logged, "GUI plug-in Status: test GUI plug-in ready\n");
+    EXPECT_EQ(m_messages->messages, std::vector<std::string>{"Status test GUI plug-in ready"});
 
     Result(sampleError()).showError(QOR_CODE_LOCATION, 10, 20);
     EXPECT_EQ(marker, 0) << "the previous handler is not called while the provider is installed";
@@ -290,7 +309,13 @@ TEST_F(GuiPluginTest, CFace) {
     EXPECT_EQ(gui_load(m_scratch.file("missing").c_str()), 0);
     EXPECT_NE(std::string(gui_lastError()).find("missing"), std::string::npos);
     EXPECT_EQ(gui_isLoaded(), 0);
+    // Without a logger, a plug-in's messages go to standard error.
+    setGuiLogger(GC<Logger>());
+    testing::internal::CaptureStderr();
     EXPECT_EQ(gui_load(guiPluginPath().c_str()), 1) << gui_lastError();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "GUI plug-in Status: test GUI plug-in ready\n");
+    setGuiLogger(m_log);
     EXPECT_STREQ(gui_lastError(), "");
     EXPECT_EQ(gui_isLoaded(), 1);
 
@@ -326,4 +351,46 @@ TEST_F(GuiPluginTest, CFace) {
     orv_def_gui_showError(&record, 0, 0);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               TextGuiProvider::formatRequest(GuiRequest::showError(sampleError())));
+}
+
+namespace {
+
+class CountingProvider : public GuiProvider {
+public:
+    std::atomic<int> shown{0};
+    Result showError(const GuiRequest&) override {
+        ++shown;
+        return true;
+    }
+    Result showWarning(const GuiRequest&) override { return true; }
+    Answer logon(const GuiRequest&, GuiRequest&, ErrorInfo&) override { return Cancelled; }
+};
+
+} // namespace
+
+TEST(GuiProvider, ReplacingTheProviderWhileFormsAreShownLosesNone) {
+    auto first = std::make_shared<CountingProvider>();
+    auto second = std::make_shared<CountingProvider>();
+    const std::shared_ptr<GuiProvider> before = setGuiProvider(first);
+    constexpr int kThreads = 4;
+    constexpr int kForms = 500;
+    const GuiRequest request("show_error");
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < kForms; ++i)
+                guiShowError(request);
+        });
+    }
+    for (int i = 0; i < 200; ++i) {
+        setGuiProvider(i % 2 ? std::shared_ptr<GuiProvider>(first) : second);
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(first->shown + second->shown, kThreads * kForms);
+
+    // Null restores the default provider.
+    setGuiProvider(nullptr);
+    EXPECT_EQ(guiProvider(), defaultGuiProvider());
+    setGuiProvider(before);
 }
