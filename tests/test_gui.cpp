@@ -40,8 +40,8 @@ std::string guiPluginPath() {
 ErrorInfo sampleError() {
     return ErrorInfo(ModuleInfo("Inventory", "exe", Version(2, 5, 1)),
                      CodeLocation("src/stock.cpp", 42, "Stock::book", CodeLocation::Plain), 17,
-                     "stock is negative", "count the shelf\nthen book again", CustomInfo(),
-                     DateTime(2024, 1, 31, 23, 59, 59));
+                     "stock is negative", "count the shelf\nthen book again",
+                     CustomInfo("order", "4711"), DateTime(2024, 1, 31, 23, 59, 59));
 }
 
 std::vector<std::string> fieldNames(const GuiRequest& request) {
@@ -116,7 +116,9 @@ TEST(GuiRequest, ErrorFormHasItsFieldsInOrder) {
     EXPECT_EQ(request.field("err_moduleVer"), "2.5.1");
     EXPECT_EQ(request.field("err_function"), "Stock::book");
     EXPECT_EQ(request.field("err_errorHint"), "count the shelf\nthen book again");
-    EXPECT_EQ(request.field("err_capsError"), "[Inventory (exe) 2.5.1] stock is negative (17) ");
+    // The details keep what no other field has room for: the annotations.
+    EXPECT_EQ(request.field("err_capsError"), error.asLongString().str());
+    EXPECT_NE(request.field("err_capsError").find("order: 4711"), std::string::npos);
     EXPECT_EQ(request.field("err_sourcePosition"), "src/stock.cpp:42");
     EXPECT_EQ(request.x(), GuiRequest::NoPosition);
 
