@@ -102,8 +102,11 @@ GuiProvider::Answer TextGuiProvider::logon(const GuiRequest& request, GuiRequest
         prompt += ": ";
         writeText(m_out, prompt);
         std::string line;
-        if (!Platform::readStandardInputLine(line, !secret)) {
-            writeText(m_out, "\nLog-on cancelled\n");
+        const bool read = Platform::readStandardInputLine(line, !secret);
+        // The terminal did not echo the line end of a hidden answer.
+        if (secret) writeText(m_out, "\n");
+        if (!read) {
+            writeText(m_out, secret ? "Log-on cancelled\n" : "\nLog-on cancelled\n");
             return Cancelled;
         }
         if (!line.empty()) given.setField(field.first, line);

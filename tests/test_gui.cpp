@@ -24,6 +24,12 @@
 #include <thread>
 #include <vector>
 
+#ifndef _WIN32
+#include <fcntl.h>
+#include <stdlib.h>
+#include <unistd.h>
+#endif
+
 using namespace Orvane::Core;
 
 namespace {
@@ -201,6 +207,80 @@ TEST(TextGuiProvider, LogonIsCancelledWithoutATerminal) {
     EXPECT_STREQ(line, "Log-on cancelled: standard input is not a terminal\n");
     std::fclose(out);
 }
+
+#ifndef _WIN32
+namespace {
+
+// A pseudo-terminal in place of standard input while it lives; what is written to it arrives as
+// typed.
+class TerminalInput {
+public:
+    TerminalInput() {
+        m_master = posix_openpt(O_RDWR | O_NOCTTY);
+        if (m_master < 0 || grantpt(m_master) != 0 || unlockpt(m_master) != 0) return;
+        const int slave = open(ptsname(m_master), O_RDWR | O_NOCTTY);
+        if (slave < 0) return;
+        m_savedInput = dup(STDIN_FILENO);
+        dup2(slave, STDIN_FILENO);
+        close(slave);
+        std::clearerr(stdin);
+    }
+    ~TerminalInput() {
+        if (m_savedInput >= 0) {
+            dup2(m_savedInput, STDIN_FILENO);
+            close(m_savedInput);
+            std::clearerr(stdin);
+        }
+        if (m_master >= 0) close(m_master);
+    }
+    TerminalInput(const TerminalInput&) = delete;
+    TerminalInput& operator=(const TerminalInput&) = delete;
+
+    bool ok() const { return m_savedInput >= 0; }
+    bool type(const std::string& text) {
+        return write(m_master, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+    }
+
+private:
+    int m_master = -1;
+    int m_savedInput = -1;
+};
+
+} // namespace
+
+TEST(TextGuiProvider, LogonAsksEachAnswerAtATerminal) {
+    std::FILE* out = std::tmpfile();
+    ASSERT_NE(out, nullptr);
+    TextGuiProvider provider(out);
+    const GuiRequest request = GuiRequest::logon("Inventory");
+    GuiRequest answer = GuiRequest::logonAnswer("alice");
+    GuiRequest cancelled = GuiRequest::logonAnswer("alice");
+    ErrorInfo failure;
+    {
+        TerminalInput terminal;
+        if (!terminal.ok()) GTEST_SKIP() << "no pseudo-terminal";
+        ASSERT_TRUE(Platform::isStandardInputTerminal());
+        // An empty line keeps the pre-filled user; the password is read without echo.
+        ASSERT_TRUE(terminal.type("\npw\n"));
+        EXPECT_EQ(provider.logon(request, answer, failure), GuiProvider::Accepted);
+        // End of input (Ctrl-D at the start of a line) cancels and keeps the given values.
+        ASSERT_TRUE(terminal.type("bob\n\x04"));
+        EXPECT_EQ(provider.logon(request, cancelled, failure), GuiProvider::Cancelled);
+    }
+    EXPECT_EQ(answer.field("logon_user"), "alice");
+    EXPECT_EQ(answer.field("*logon_password"), "pw");
+    EXPECT_EQ(cancelled.field("logon_user"), "alice");
+
+    std::string written;
+    std::rewind(out);
+    for (int c; (c = std::fgetc(out)) != EOF;)
+        written += static_cast<char>(c);
+    std::fclose(out);
+    const std::string form = TextGuiProvider::formatRequest(request);
+    EXPECT_EQ(written, form + "logon_user [alice]: logon_password: \n" + form +
+                           "logon_user [alice]: logon_password: \nLog-on cancelled\n");
+}
+#endif
 
 TEST_F(GuiPluginTest, ShownErrorsReachThePluginAndDeinitRestoresTheHandler) {
     int marker = 0;
