@@ -20,7 +20,8 @@ GlobalVariablePtr<Globals>& globalsVariable() {
     return *variable;
 }
 
-// The same pointer for readers that must not wait while start-up holds the lock.
+// The same pointer for readers that must not wait while start-up holds the lock; set once
+// start-up has run.
 std::atomic<Globals*> publishedGlobals{nullptr};
 
 Instance* start(const GC<ConfigHandler>& base, const char* configFile, const ModuleInfo& host,
@@ -31,8 +32,9 @@ Instance* start(const GC<ConfigHandler>& base, const char* configFile, const Mod
     if (!globals) {
         globals = new Globals(base, host, features, client);
         variable.set(globals);
-        publishedGlobals.store(globals);
         const Result result = globals->init(configFile);
+        // Published once started: a reader never meets a Globals whose base is still being made.
+        publishedGlobals.store(globals);
         if (!result)
             result.showError(CodeLocation("Orvane::Core::QOR::init", CodeLocation::Plain), -1, -1);
     }

@@ -71,9 +71,10 @@ QORCOMMON_API Instance* init(Client* client, const char* configFile);
 /// closes the GUI provider, and stops the thread-local variable collector (the last also when
 /// the library was never started).
 QORCOMMON_API void deinit();
-/// Whether the library is started.
+/// Whether the library is started (false while start-up still runs).
 QORCOMMON_API bool isInitialized();
-/// The running Globals; null when the library is not started.
+/// The running Globals; null when the library is not started or start-up still runs (features
+/// reach theirs through Feature::globals()).
 QORCOMMON_API Globals* globals();
 
 /// Registers a module (starting the library first when needed) and registers its features.
