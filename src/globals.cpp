@@ -307,6 +307,7 @@ Globals::~Globals() {
     d->collector.exchange(GC<ErrorInfoCollector>());
     d->clientRegistry.exchange(GC<ClientRegistry>());
     d->baseConfigHandler = GC<ConfigHandler>();
+    d->registryFeature->setLoggingHandler(GC<LoggingHandler>());
     {
         MutexLocker lock(d->stateMutex);
         d->features.clear();
@@ -483,6 +484,7 @@ void Globals::deinit() {
     d->collector.exchange(GC<ErrorInfoCollector>());
     d->clientRegistry.exchange(GC<ClientRegistry>());
     d->baseConfigHandler = GC<ConfigHandler>();
+    d->registryFeature->setLoggingHandler(GC<LoggingHandler>());
     std::list<GC<Feature>> features;
     std::list<std::unique_ptr<PluginHolder>> plugins;
     {
