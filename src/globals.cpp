@@ -301,11 +301,11 @@ Globals::~Globals() {
         delete instance;
     delete host;
     // Services may come from plug-ins: they go before the plug-in libraries.
-    d->configHandler.exchange(GC<ConfigHandler>());
-    d->partialChain.exchange(GC<ConfigHandler>());
-    d->loggingHandler.exchange(GC<LoggingHandler>());
-    d->collector.exchange(GC<ErrorInfoCollector>());
-    d->clientRegistry.exchange(GC<ClientRegistry>());
+    d->configHandler.clear();
+    d->partialChain.clear();
+    d->loggingHandler.clear();
+    d->collector.clear();
+    d->clientRegistry.clear();
     d->baseConfigHandler = GC<ConfigHandler>();
     d->registryFeature->setLoggingHandler(GC<LoggingHandler>());
     {
@@ -478,11 +478,11 @@ void Globals::deinit() {
     Logging::setInitialHandler(GC<LoggingHandler>());
     if (GC<LoggingHandler> handler = d->loggingHandler.get())
         handler->loggerHelper()->unregisterListener(d->loggingListener);
-    d->configHandler.exchange(GC<ConfigHandler>());
-    d->partialChain.exchange(GC<ConfigHandler>());
-    d->loggingHandler.exchange(GC<LoggingHandler>());
-    d->collector.exchange(GC<ErrorInfoCollector>());
-    d->clientRegistry.exchange(GC<ClientRegistry>());
+    d->configHandler.clear();
+    d->partialChain.clear();
+    d->loggingHandler.clear();
+    d->collector.clear();
+    d->clientRegistry.clear();
     d->baseConfigHandler = GC<ConfigHandler>();
     d->registryFeature->setLoggingHandler(GC<LoggingHandler>());
     std::list<GC<Feature>> features;

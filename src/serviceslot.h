@@ -1,56 +1,63 @@
 // A slot holding one use of a service that many threads read and few replace.
 //
-// Reading costs no lock: a reader announces itself on one of two counters, loads the pointer and
-// takes its own use of the object. A writer publishes the new pointer, switches readers to the
-// other counter and waits until the readers announced on the old one are gone; only then does it
-// give back the slot's use of the old object. With sequentially consistent operations a reader
-// whose announcement the writer missed loads the pointer after the exchange, so it never sees
-// the old object, and a reader that loaded the old pointer is counted until it holds its own use.
+// Reading costs no lock and nothing besides the use the reader takes: an atomic load of the
+// pointer and the increment of the object's use count. That is safe because an object that was
+// ever in the slot keeps the slot's use until clear(): a replaced object moves to the retired
+// list instead of being let go, so a reader that loaded the old pointer just before the exchange
+// still increments a live object. Replacements are rare (a setter of Globals, or the first
+// making of a service), so the retired list stays short; it is emptied when the framework stops.
 #pragma once
 
 #include "qorcommon/gc.h"
 #include "qorcommon/mutex.h"
 
 #include <atomic>
-#include <thread>
+#include <vector>
 
 namespace Orvane {
 namespace Core {
 namespace QOR {
 namespace Internal {
 
-/// Thread safety: thread-safe.
+/// Thread safety: get, isSet and exchange are thread-safe; clear must not run while another
+/// thread reads (the framework calls it while stopping).
 template <class T> class ServiceSlot {
 public:
     ServiceSlot() = default;
     ServiceSlot(const ServiceSlot&) = delete;
     ServiceSlot& operator=(const ServiceSlot&) = delete;
-    ~ServiceSlot() { exchange(GC<T>()); }
+    ~ServiceSlot() { clear(); }
 
     /// A handle on the service; null when the slot is empty.
-    GC<T> get() const {
-        const unsigned side = m_epoch.load() & 1u;
-        m_readers[side].fetch_add(1);
-        GC<T> held(m_object.load());
-        m_readers[side].fetch_sub(1);
-        return held;
-    }
+    GC<T> get() const { return GC<T>(m_object.load(std::memory_order_acquire)); }
 
     /// Whether the slot holds a service (no use is taken).
     bool isSet() const { return m_object.load(std::memory_order_acquire) != nullptr; }
 
-    /// Puts `object` in place and returns the previous service.
+    /// Puts `object` in place and returns the previous service. The slot keeps its use of the
+    /// previous one until clear().
     GC<T> exchange(const GC<T>& object) {
         MutexLocker lock(m_writer);
-        T* incoming = object.ptr();
         // The slot's own use of the new object: a handle copy whose pointer is forgotten.
         GC<T> use(object);
         use.reset();
-        T* old = m_object.exchange(incoming);
-        const unsigned side = m_epoch.fetch_add(1) & 1u;
-        while (m_readers[side].load() != 0)
-            std::this_thread::yield();
-        return Adopted(old);
+        T* old = m_object.exchange(object.ptr(), std::memory_order_acq_rel);
+        if (old) m_retired.push_back(old);
+        return GC<T>(old);
+    }
+
+    /// Empties the slot and gives back every use it holds.
+    void clear() {
+        std::vector<T*> held;
+        {
+            MutexLocker lock(m_writer);
+            held.swap(m_retired);
+            if (T* current = m_object.exchange(nullptr, std::memory_order_acq_rel))
+                held.push_back(current);
+        }
+        // Given back outside the lock: a service's destructor may reach the framework again.
+        for (T* object : held)
+            Adopted release(object);
     }
 
 private:
@@ -60,8 +67,7 @@ private:
     };
 
     std::atomic<T*> m_object{nullptr};
-    std::atomic<unsigned> m_epoch{0};
-    mutable std::atomic<int> m_readers[2] = {{0}, {0}};
+    std::vector<T*> m_retired;
     Mutex m_writer;
 };
 
