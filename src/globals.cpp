@@ -256,6 +256,12 @@ struct Globals::Private {
     std::atomic<bool> initializing{false};
     std::atomic<std::thread::id> initThread{};
 
+    void registerClientListeners(const GC<ErrorInfoCollector>& target) {
+        if (!client || !target) return;
+        for (ErrorInfoCollectorListener* listener : client->getErrorInfoCollectorListners())
+            target->registerListener(listener);
+    }
+
     /// True while start-up runs on another thread than the caller's.
     bool initializingElsewhere() const {
         return initializing.load() && initThread.load() != std::this_thread::get_id();
@@ -440,11 +446,9 @@ Result Globals::init(const char* configFile) {
 
     getLoggingHandler();
 
-    GC<ErrorInfoCollector> collector = getErrorInfoCollector();
-    if (d->client && collector) {
-        for (ErrorInfoCollectorListener* listener : d->client->getErrorInfoCollectorListners())
-            collector->registerListener(listener);
-    }
+    // A collector made earlier in start-up (a plug-in may ask for it) gets the client's
+    // listeners here; registering one twice changes nothing.
+    d->registerClientListeners(getErrorInfoCollector());
 
     setLoadedModulesProvider([this] { return loadedModuleInfos(); });
 
@@ -615,6 +619,8 @@ GC<ErrorInfoCollector> Globals::getErrorInfoCollector() {
                                         withName("error_info_collector_name='{0}'", name), here));
     }
     if (!collector) collector = GC<ErrorInfoCollector>(new DummyErrorInfoCollector);
+    // The client's listeners hear the records of start-up too, which the collector receives now.
+    if (d->initializing.load()) d->registerClientListeners(collector);
     setErrorInfoCollector(collector);
     return collector;
 }

@@ -1,12 +1,14 @@
 // Start-up, services, modules and shut-down of the framework.
 #include "qorcommon/framework.h"
 
+#include "qorcommon/applicationinfo.h"
 #include "qorcommon/c/framework.h"
 #include "qorcommon/errorinfocollector.h"
 #include "qorcommon/libraryservices.h"
 #include "qorcommon/logginghandler.h"
 #include "qorcommon/memoryconfighandler.h"
 #include "qorcommon/orvanecfgconfighandler.h"
+#include "qorcommon/threadmanagedobject.h"
 
 #include "testsupport.h"
 
@@ -260,6 +262,39 @@ TEST_F(FrameworkTest, ServicesAskedFromAnotherThreadDuringStartUpGetTemporaryAns
                           "still cannot be created",
                           "client_registry_name=''\nthe default client regitry will be used "
                           "temporary"));
+}
+
+TEST_F(FrameworkTest, AClientsListenersHearStartUpAndTheSettingsOfTheBaseApply) {
+    class Listener : public ErrorInfoCollectorListener {
+    public:
+        void errorInfoAdded(const ErrorInfo& e, const ModuleInfo&, const CodeLocation&) override {
+            texts.push_back(e.errorText());
+        }
+        std::vector<std::string> texts;
+    } listener;
+    class TestClient : public Client {
+    public:
+        explicit TestClient(ErrorInfoCollectorListener* l) : m_listener(l) {}
+        std::list<ErrorInfoCollectorListener*> getErrorInfoCollectorListners() override {
+            return {m_listener};
+        }
+
+    private:
+        ErrorInfoCollectorListener* m_listener;
+    } client(&listener);
+
+    const std::string path =
+        config("GUI_PLUGIN = " + scratch.file("nosuchgui") + "\nTHREAD_OBJECT_GC_INTERVAL = 7\n");
+    testing::internal::CaptureStderr();
+    Instance* host = QOR::init(&client, path.c_str());
+    testing::internal::GetCapturedStderr();
+    EXPECT_EQ(host->globals()->client(), &client);
+    EXPECT_EQ(listener.texts, std::vector<std::string>{"cannot initialize GUI handler"});
+    ASSERT_NE(threadLocalVariableGC.load(), nullptr);
+    EXPECT_EQ(threadLocalVariableGC.load()->periodSeconds(), 7);
+    // The host's identity came from the executable.
+    EXPECT_EQ(host->moduleInfo().name(), ApplicationInfo::executableName());
+    host->globals()->getErrorInfoCollector()->unregisterListener(&listener);
 }
 
 // ---- instances, modules, features ---------------------------------------------------------------
