@@ -30,6 +30,20 @@ QORCOMMON_EXTERN_C_BEGIN
  * orv_plugin_checkApiRevision is asked about. */
 #define QOR_PLUGIN_API_REVISION 3
 
+/* Marks a plug-in's entry points: C linkage, exported from the plug-in library on every
+ * platform, so one source builds a .dll and a .so:
+ *     QOR_PLUGIN_EXPORT int orv_plugin_getApiRevision(void) { return QOR_PLUGIN_API_REVISION; } */
+#ifdef __cplusplus
+#define QOR_PLUGIN_LINKAGE extern "C"
+#else
+#define QOR_PLUGIN_LINKAGE
+#endif
+#if defined(_WIN32) || defined(__CYGWIN__)
+#define QOR_PLUGIN_EXPORT QOR_PLUGIN_LINKAGE __declspec(dllexport)
+#else
+#define QOR_PLUGIN_EXPORT QOR_PLUGIN_LINKAGE __attribute__((visibility("default")))
+#endif
+
 /* Revision 1 (QOR_API_REVISION): _revision followed by four callbacks, in this order. */
 typedef struct qor_Plugin_Callbacks {
     int _revision;
