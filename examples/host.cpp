@@ -65,7 +65,9 @@ int main(int argc, char** argv) {
     OrvanecfgConfigHandler::setOrvanecfgPath(configFile);
     GC<OrvanecfgConfigHandler> file(new OrvanecfgConfigHandler());
     if (!file->init()) std::fprintf(stderr, "%s\n", file->getLastErrorInfo().asLongString().c_str());
-    GC<ConfigHandler> base(new CLAConfigHandler(GC<ConfigHandler>(new EnvVarConfigHandler(file))));
+    GC<EnvVarConfigHandler> environment(new EnvVarConfigHandler(file));
+    environment->init(); // takes its variable prefix from the file (default "ORVANE")
+    GC<ConfigHandler> base(new CLAConfigHandler(environment));
 
     QOR::Instance* host =
         QOR::init(base, ModuleInfo("example_host", "exe", Version(1, 0, 0)), {});
@@ -107,6 +109,7 @@ int main(int argc, char** argv) {
     collector = GC<ErrorInfoCollector>();
     config = GC<ConfigHandler>();
     base = GC<ConfigHandler>();
+    environment = GC<EnvVarConfigHandler>();
     file = GC<OrvanecfgConfigHandler>();
     logger = GC<Logger>();
     QOR::unregisterModule(schedulerInstance);
