@@ -25,6 +25,10 @@ std::string& hostVersion() {
 
 } // namespace
 
+bool ApplicationInfo::isTerminal(StandardStream stream) {
+    return Platform::isTerminal(stream);
+}
+
 std::string ApplicationInfo::executablePath() {
     return Platform::executablePath();
 }

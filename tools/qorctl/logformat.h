@@ -1,0 +1,54 @@
+// Reading log lines back: a line format of the file logging handler turned into a pattern that
+// finds the thread, time stamp, priority, logger and message of each line.
+#pragma once
+
+#include <regex>
+#include <string>
+
+namespace Qorctl {
+
+/// One line of a log file. Lines that do not follow the format (continued messages, headers,
+/// torn or foreign lines) have `matched` false and only `text`.
+struct LogLine {
+    std::string text;
+    bool matched = false;
+    std::string thread;
+    /// The ISO time stamp as written, "" when the format has none.
+    std::string timestamp;
+    std::string logger;
+    std::string message;
+    /// 1 (Info) .. 7 (FatalError); 0 when the line does not tell.
+    int priority = 0;
+};
+
+class LogFormat {
+public:
+    /// `format` is a LOG_FORMAT value: "Default", "Compat" or a macro format.
+    explicit LogFormat(const std::string& format);
+
+    /// Fills `line` from `text` (without its line end).
+    void parse(const std::string& text, LogLine& line) const;
+
+    bool hasThread() const { return m_thread > 0; }
+    bool hasIsoTimestamp() const { return m_isoTimestamp; }
+    bool hasLogger() const { return m_logger > 0; }
+
+    /// The priority that a rendered message shows by its prefix ("Warning: ", "Function
+    /// start: ", "ErrorCode=" ...); 0 when it shows none.
+    static int priorityOfMessage(const std::string& message);
+    /// 1 .. 7 for a priority name as the handler writes it ("Warning", "FatalError", "WARN"); 0
+    /// otherwise.
+    static int priorityOfName(const std::string& name);
+
+private:
+    std::regex m_pattern;
+    int m_thread = 0;
+    int m_timestamp = 0;
+    bool m_isoTimestamp = false;
+    int m_logger = 0;
+    int m_message = 0;
+    int m_priorityNumber = 0;
+    int m_priorityName = 0;
+};
+
+} // namespace Qorctl
