@@ -97,6 +97,9 @@ LogFormat::LogFormat(const std::string& format) {
         } else if (body == "priority" && argument.empty()) {
             pattern += "([0-9]+)";
             m_priorityNumber = group;
+        } else if (body == "priority" && argument == "log4j") {
+            pattern += "([A-Z]+)";
+            m_priorityLog4j = group;
         } else if (body == "priority") {
             pattern += "([A-Za-z]+)";
             m_priorityName = group;
@@ -127,6 +130,8 @@ void LogFormat::parse(const std::string& text, LogLine& line) const {
         line.priority = value >= Logger::Info && value <= Logger::FatalError ? int(value) : 0;
     } else if (m_priorityName) {
         line.priority = priorityOfName(match[m_priorityName]);
+    } else if (m_priorityLog4j) {
+        line.priority = priorityOfLog4jName(match[m_priorityLog4j]);
     }
     if (line.priority == 0 && m_message) line.priority = priorityOfMessage(line.message);
 }
@@ -148,7 +153,10 @@ int LogFormat::priorityOfName(const std::string& name) {
     for (int prio = Logger::Info; prio <= Logger::FatalError; ++prio) {
         if (name == Logger::priorityName(static_cast<Logger::Priority>(prio))) return prio;
     }
-    // The log4j names: DEBUG covers Info, Hint and Status, so it tells no single priority.
+    return 0;
+}
+
+int LogFormat::priorityOfLog4jName(const std::string& name) {
     if (name == "INFO") return Logger::Message;
     if (name == "WARN") return Logger::Warning;
     if (name == "ERROR") return Logger::Error;

@@ -36,9 +36,11 @@ public:
     /// The priority that a rendered message shows by its prefix ("Warning: ", "Function
     /// start: ", "ErrorCode=" ...); 0 when it shows none.
     static int priorityOfMessage(const std::string& message);
-    /// 1 .. 7 for a priority name as the handler writes it ("Warning", "FatalError", "WARN"); 0
+    /// 1 .. 7 for a priority name as the handler writes it ("Warning", "FatalError"); 0
     /// otherwise.
     static int priorityOfName(const std::string& name);
+    /// The same for the log4j names ("WARN"); DEBUG stands for three priorities and gives 0.
+    static int priorityOfLog4jName(const std::string& name);
 
 private:
     std::regex m_pattern;
@@ -49,6 +51,7 @@ private:
     int m_message = 0;
     int m_priorityNumber = 0;
     int m_priorityName = 0;
+    int m_priorityLog4j = 0;
 };
 
 } // namespace Qorctl

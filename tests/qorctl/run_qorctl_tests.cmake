@@ -1,0 +1,280 @@
+# Runs qorctl in a scratch folder and compares its output and exit status with what they must be.
+# Arguments: QORCTL, WRITER (the log writer), EMULATOR (empty, or wine for the Windows build),
+# VERSION, WORK_DIR.
+
+file(REMOVE_RECURSE ${WORK_DIR})
+file(MAKE_DIRECTORY ${WORK_DIR})
+
+# run(<args>...): runs qorctl with the environment in RUN_ENV; sets OUT, ERR and RC.
+function(run)
+  execute_process(
+    COMMAND ${CMAKE_COMMAND} -E env --unset=NO_COLOR ${RUN_ENV} ${EMULATOR} ${QORCTL} ${ARGN}
+    WORKING_DIRECTORY ${WORK_DIR}
+    RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err TIMEOUT 120)
+  string(REPLACE "\r" "" out "${out}")
+  string(REPLACE "\r" "" err "${err}")
+  set(OUT "${out}" PARENT_SCOPE)
+  set(ERR "${err}" PARENT_SCOPE)
+  set(RC "${rc}" PARENT_SCOPE)
+endfunction()
+
+function(fail name what)
+  set_property(GLOBAL APPEND_STRING PROPERTY QORCTL_FAILURES "\n[${name}] ${what}")
+endfunction()
+
+# expect(<name> <status> <stdout> <stderr>): exact texts; "*" accepts any text.
+function(expect name status stdout stderr)
+  if(NOT "${RC}" STREQUAL "${status}")
+    fail(${name} "exit status ${RC}, expected ${status}; stderr: ${ERR}")
+  endif()
+  if(NOT "${stdout}" STREQUAL "*" AND NOT "${OUT}" STREQUAL "${stdout}")
+    fail(${name} "stdout:\n${OUT}\nexpected:\n${stdout}")
+  endif()
+  if(NOT "${stderr}" STREQUAL "*" AND NOT "${ERR}" STREQUAL "${stderr}")
+    fail(${name} "stderr:\n${ERR}\nexpected:\n${stderr}")
+  endif()
+endfunction()
+
+function(expect_match name text regex)
+  if(NOT "${text}" MATCHES "${regex}")
+    fail(${name} "'${text}' does not match '${regex}'")
+  endif()
+endfunction()
+
+set(RUN_ENV "")
+
+# ---- conventions -------------------------------------------------------------------------------
+
+run(--version)
+expect(version 0 "qorctl ${VERSION} (QorCommon3)\n" "")
+run()
+expect(no-command 2 "" "qorctl: missing command\nTry 'qorctl --help'.\n")
+run(frobnicate)
+expect(unknown-command 2 "" "qorctl: unknown command 'frobnicate'\nTry 'qorctl --help'.\n")
+run(config check --bogus x.cfg)
+expect(unknown-option 2 "" "qorctl: unknown option --bogus\nTry 'qorctl config check --help'.\n")
+run(log view --count many)
+expect(bad-number 2 "" "*")
+foreach(command "config check" "config get" "config dump" "config set" "config defs" "macro"
+                "log write" "log view" "log stats")
+  separate_arguments(words UNIX_COMMAND "${command}")
+  run(${words} --help)
+  expect("help ${command}" 0 "*" "")
+  expect_match("help ${command}" "${OUT}" "^usage: qorctl ${command}")
+endforeach()
+
+# ---- config check --------------------------------------------------------------------------------
+
+file(WRITE ${WORK_DIR}/bad.cfg
+  "# every kind of error\n[GLOBAL\nX\nNAME\nA = 1\n[S]\nQ = \"open\nE = \"\\q\"\nU = \"\\x\"\nGOOD = \"fine\"\n")
+file(WRITE ${WORK_DIR}/good.cfg "[S]\nK = 1 <|> 2\nT = \"a b\" \"c\\x41\"\n")
+file(WRITE ${WORK_DIR}/abort.cfg "[S]\nA = \"\\xZZ\"\n")
+run(config check bad.cfg good.cfg missing.cfg abort.cfg)
+expect(check 1
+  "bad.cfg:2: Missing ']' closing.\nbad.cfg:3: Line is too small to be an entry.\nbad.cfg:3: Missing '=' delimiter.\nbad.cfg:4: Missing '=' delimiter.\nbad.cfg:7: value: \"open Missing quote closing.\nbad.cfg:8: value: \"\\q\" Unknown escape sequence: '\\q'.\nbad.cfg:9: value: \"\\x\" Unfinished escape sequence to insert ASCII code.\nCannot open config file 'missing.cfg'.\nabort.cfg: invalid stoul argument\n"
+  "")
+run(config check good.cfg)
+expect(check-clean 0 "" "")
+run(config check)
+expect(check-no-file 2 "*" "*")
+
+# ---- the chain: get, dump, set -------------------------------------------------------------------
+
+file(WRITE ${WORK_DIR}/orvane.cfg "[S]\nK = file <|> two\nONLY = f\n")
+set(RUN_ENV ORVANE__S__K=env)
+run(-cS/K=cla config get S/K)
+expect(get-command-line 0 "cla\n" "")
+run(config get S/K)
+expect(get-environment 0 "env\n" "")
+set(RUN_ENV "")
+run(config get S/K)
+expect(get-file 0 "file\ntwo\n" "")
+run(config get S/NONE)
+expect(get-unknown 1 "" "qorctl: Orvane::Core::OrvanecfgConfigHandler: Entry not found: S/NONE\n")
+run(config get NOSLASH)
+expect(get-bad-path 1 "" "qorctl: Incorrect config path: 'NOSLASH'.\n")
+run(--config absent.cfg config get S/K)
+expect(get-absent-file 1 "" "qorctl: cannot read configuration file 'absent.cfg'\n")
+
+set(RUN_ENV ORVANE__S__K=env ORVANE__ENVVAR_CONFIG_HANDLER__PREFIX=ORVANE)
+run(-cS/K=cla -cS/NEW=n config dump)
+set(RUN_ENV "")
+expect(dump 0 "*" "")
+expect_match(dump "${OUT}"
+  "\nS/K = cla  \\(command line\\)\n    hides environment: env\n    hides file: file <\\|> two\nS/NEW = n  \\(command line\\)\nS/ONLY = f  \\(file\\)\n")
+expect_match(dump "${OUT}" "ENVVAR_CONFIG_HANDLER/PREFIX = ORVANE  \\(environment\\)\n")
+expect_match(dump "${OUT}" "ORVANE_LOGGING_HANDLER/LOG_FILE_SIZE = 10485760  \\(default\\)\n")
+run(-cS/K=cla config dump --json)
+expect(dump-json 0 "*" "")
+string(JSON count LENGTH "${OUT}")
+set(found FALSE)
+math(EXPR last "${count} - 1")
+foreach(i RANGE ${last})
+  string(JSON path GET "${OUT}" ${i} path)
+  if(path STREQUAL "S/K")
+    set(found TRUE)
+    string(JSON source GET "${OUT}" ${i} source)
+    string(JSON value GET "${OUT}" ${i} values 0)
+    string(JSON hiddenSource GET "${OUT}" ${i} hidden 0 source)
+    string(JSON hiddenValue GET "${OUT}" ${i} hidden 0 values 1)
+    if(NOT "${source}|${value}|${hiddenSource}|${hiddenValue}" STREQUAL "command line|cla|file|two")
+      fail(dump-json "S/K: ${source}|${value}|${hiddenSource}|${hiddenValue}")
+    endif()
+  endif()
+endforeach()
+if(NOT found)
+  fail(dump-json "no S/K in ${OUT}")
+endif()
+
+run(config set S/K x)
+expect(set-disabled 1 "" "qorctl: setting of entry value is not enabled\n")
+file(READ ${WORK_DIR}/orvane.cfg unchanged)
+if(NOT unchanged STREQUAL "[S]\nK = file <|> two\nONLY = f\n")
+  fail(set-disabled "the file changed: ${unchanged}")
+endif()
+file(WRITE ${WORK_DIR}/setting.cfg "[ORVANE_CONFIG_HANDLER]\nIS_SETTING_ENABLED = yes\n")
+run(--config setting.cfg config set S/K x)
+expect(set-cache-only 1 "" "qorctl: writing of orvane config file is not enabled\n")
+file(WRITE ${WORK_DIR}/writing.cfg "[ORVANE_CONFIG_HANDLER]\nIS_WRITING_ENABLED = true\n[S]\nK = 1\n")
+run(--config writing.cfg -cS/K=top config set S/K "a b" c)
+expect(set 0 "" "qorctl: note: the command line hides the value written: top\n")
+run(--config writing.cfg config get S/K)
+expect(set-read-back 0 "a b\nc\n" "")
+run(config set S/K)
+expect(set-no-value 2 "" "*")
+
+# ---- config defs ---------------------------------------------------------------------------------
+
+run(config defs)
+expect(defs 0 "*" "")
+expect_match(defs "${OUT}" "\n  ENVVAR_CONFIG_HANDLER/PREFIX\n[^\n]*\n      string, one value, default: ORVANE\n")
+run(config defs --json)
+expect(defs-json 0 "*" "")
+string(JSON count LENGTH "${OUT}")
+set(found FALSE)
+math(EXPR last "${count} - 1")
+foreach(i RANGE ${last})
+  string(JSON path GET "${OUT}" ${i} path)
+  if(path STREQUAL "ORVANE_CONFIG_HANDLER/IS_WRITING_ENABLED")
+    string(JSON type GET "${OUT}" ${i} type)
+    string(JSON default GET "${OUT}" ${i} defaults 0)
+    if("${type}|${default}" STREQUAL "boolean|false")
+      set(found TRUE)
+    endif()
+  endif()
+endforeach()
+if(NOT found)
+  fail(defs-json "IS_WRITING_ENABLED is missing or wrong")
+endif()
+
+# ---- macro ---------------------------------------------------------------------------------------
+
+run(-cS/K=v macro "a $(operation:1,+,2) $(get_cfg:S/K)")
+expect(macro 0 "a 3 v\n" "")
+run(macro "x $(nosuch) $()$(if:true,{$(operation:1,+}")
+expect(macro-errors 1 "*"
+  "qorctl: unknown macro: nosuch\nqorctl: syntax error: unexpected ')'\nqorctl: syntax error: missing ')'\n")
+expect_match(macro-errors "${OUT}" "^x \\[no value\\] \\[no value\\]")
+run(macro)
+expect(macro-no-template 2 "" "*")
+run(macro --help)
+expect(macro-help 0 "*" "")
+expect_match(macro-help "${OUT}" "\n  b, block\n      \\$\\({b\\|block}")
+run(macro --help --html)
+expect(macro-html 0 "*" "")
+expect_match(macro-html "${OUT}" "^<table>.*</table>\n$")
+
+# ---- log write, view and stats -------------------------------------------------------------------
+
+set(LOG_FILE -cORVANE_LOGGING_HANDLER/LOG_FILE=written.log)
+run(${LOG_FILE} log write --priority w "careful now")
+expect(write 0 "" "")
+run(${LOG_FILE} log write "plain")
+expect(write-default 0 "" "")
+run(${LOG_FILE} "-cORVANE_LOGGING_HANDLER/LOG_LEVEL=Level 1" log write --priority i "quiet")
+expect(write-filtered 1 ""
+  "qorctl: the configuration does not log entries of priority Info\n")
+run(${LOG_FILE} log write --priority all x)
+expect(write-bad-priority 2 "" "*")
+run(${LOG_FILE} log view)
+expect(view-written 0 "*" "")
+expect_match(view-written "${OUT}"
+  "^[0-9a-f]+: [0-9-]+T[0-9:.]+ Warning: careful now \\[qorctl\\] {}\n[0-9a-f]+: [0-9-]+T[0-9:.]+ Message: plain \\[qorctl\\] {}\n$")
+
+# A log with foreign lines, a message that runs over two lines, a torn last line, and files
+# renamed aside (the numbered one after the plain one of the same time stamp).
+file(WRITE ${WORK_DIR}/app_20260102095900000.log
+  "000000aa: 2026-01-02T09:59:00.000 Info: oldest [app] {}\n")
+file(WRITE ${WORK_DIR}/app_20260102095900000_1.log
+  "000000aa: 2026-01-02T09:59:30.000 Hint: older [app] {}\n")
+file(WRITE ${WORK_DIR}/app_old.log "not a rotated file\n")
+file(WRITE ${WORK_DIR}/app.log
+  "garbage before any entry\n000000aa: 2026-01-02T10:00:00.000 Message: first [app] {a.cpp:1}\n000000aa: 2026-01-02T10:00:30.000   Error: broken [app] {}\nsecond line of the error\n000000bb: 2026-01-02T10:01:00.000 Warning: careful [other] {}\n000000bb: 2026-01-02T10:01:10.000 Function start: f [other] {f.cpp:3}\n000000aa: 2026-01-02T10:02:00.000 Fatal Error: down [app] {}\n000000aa: 2026-01-02T10:02:01.500 Message: cut of")
+run(log view app.log)
+expect(view-all 0
+  "000000aa: 2026-01-02T09:59:00.000 Info: oldest [app] {}\n000000aa: 2026-01-02T09:59:30.000 Hint: older [app] {}\ngarbage before any entry\n000000aa: 2026-01-02T10:00:00.000 Message: first [app] {a.cpp:1}\n000000aa: 2026-01-02T10:00:30.000   Error: broken [app] {}\nsecond line of the error\n000000bb: 2026-01-02T10:01:00.000 Warning: careful [other] {}\n000000bb: 2026-01-02T10:01:10.000 Function start: f [other] {f.cpp:3}\n000000aa: 2026-01-02T10:02:00.000 Fatal Error: down [app] {}\n000000aa: 2026-01-02T10:02:01.500 Message: cut of\n"
+  "")
+run(log view app.log --priority e,fatal)
+expect(view-priority 0
+  "000000aa: 2026-01-02T10:00:30.000   Error: broken [app] {}\nsecond line of the error\n000000aa: 2026-01-02T10:02:00.000 Fatal Error: down [app] {}\n000000aa: 2026-01-02T10:02:01.500 Message: cut of\n"
+  "")
+run(log view app.log --priority s)
+expect(view-frames-are-status 0
+  "000000bb: 2026-01-02T10:01:10.000 Function start: f [other] {f.cpp:3}\n" "")
+run(log view app.log --thread 0000BB --since "2026-01-02 10:01:05")
+expect(view-thread-since 0
+  "000000bb: 2026-01-02T10:01:10.000 Function start: f [other] {f.cpp:3}\n" "")
+run(log view app.log --count 2)
+expect(view-count 0
+  "000000aa: 2026-01-02T09:59:00.000 Info: oldest [app] {}\n000000aa: 2026-01-02T09:59:30.000 Hint: older [app] {}\n" "")
+run(log view app.log --since yesterday)
+expect(view-bad-since 2 "" "*")
+run(log view app.log --priority loud)
+expect(view-bad-priority 2 "" "*")
+run(log view missing.log)
+expect(view-missing 1 "" "qorctl: cannot read log file 'missing.log'\n")
+
+run(log stats app.log)
+expect(stats 0
+  "Entries: 7\nLines outside the log format: 3\n\nPer priority:\n  Info          1\n  Hint          1\n  Status        1\n  Message       1\n  Warning       1\n  Error         1\n  FatalError    1\n\nPer logger:\n  app  5\n  other  2\n\nBusiest minutes:\n  2026-01-02T09:59  ######################################## 2\n  2026-01-02T10:00  ######################################## 2\n  2026-01-02T10:01  ######################################## 2\n  2026-01-02T10:02  #################### 1\n"
+  "")
+
+# A format of its own: the priority is a field, not a message prefix.
+file(WRITE ${WORK_DIR}/custom.log "Warning|x\nError|y\njunk\nWARN|z\n")
+run("-cORVANE_LOGGING_HANDLER/LOG_FORMAT=$(priority:long)|$(message)" log view custom.log --priority w)
+expect(view-custom-format 0 "Warning|x\n" "")
+run("-cORVANE_LOGGING_HANDLER/LOG_FORMAT=$(priority:long)|$(message)" log view custom.log --thread 1)
+expect(view-no-thread-field 1 "" "qorctl: the log format has no thread id\n")
+
+# ---- following a log that rotates ----------------------------------------------------------------
+
+# The writer and qorctl run side by side (a pipe joins them and carries nothing); qorctl stops
+# after the 60 entries. Every entry must come exactly once and in order, whenever the renames
+# happen relative to qorctl's reading.
+execute_process(
+  COMMAND ${EMULATOR} ${WRITER} follow.log 60 20
+  COMMAND ${EMULATOR} ${QORCTL} log view follow.log --follow --count 60
+  WORKING_DIRECTORY ${WORK_DIR}
+  RESULTS_VARIABLE results OUTPUT_VARIABLE out ERROR_VARIABLE err TIMEOUT 300)
+string(REPLACE "\r" "" out "${out}")
+string(REGEX MATCHALL "entry [0-9]+" seen "${out}")
+set(wanted "")
+foreach(i RANGE 59)
+  string(LENGTH "${i}" digits)
+  math(EXPR zeros "4 - ${digits}")
+  string(REPEAT "0" ${zeros} pad)
+  list(APPEND wanted "entry ${pad}${i}")
+endforeach()
+if(NOT "${seen}" STREQUAL "${wanted}" OR NOT "${results}" STREQUAL "0;0")
+  fail(follow "status ${results}, entries: ${seen}\n${err}")
+endif()
+file(GLOB rotated ${WORK_DIR}/follow_*.log)
+list(LENGTH rotated rotations)
+if(rotations LESS 2)
+  fail(follow "the log was renamed aside ${rotations} times only")
+endif()
+
+get_property(failures GLOBAL PROPERTY QORCTL_FAILURES)
+if(failures)
+  message(FATAL_ERROR "qorctl failures:${failures}")
+endif()
