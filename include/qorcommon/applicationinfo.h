@@ -38,6 +38,9 @@ public:
     /// Whether the stream is an interactive terminal (not a file or a pipe), for tools that
     /// colour their output only there.
     static bool isTerminal(StandardStream stream);
+    /// Lets the terminal on the stream interpret ANSI colour sequences (a Windows console needs
+    /// them switched on); false when the stream is no terminal or its terminal cannot.
+    static bool enableColourSequences(StandardStream stream);
 };
 
 } // namespace Core

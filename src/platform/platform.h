@@ -309,6 +309,9 @@ bool utf16ToLocale(const std::u16string& text, std::string& out);
 
 /// Whether the process's standard output (1) or standard error (2) is an interactive terminal.
 bool isTerminal(int stream);
+/// Lets the terminal on that stream interpret ANSI colour sequences (Win32 consoles switch them
+/// on per console); false when the stream is no terminal or the terminal cannot.
+bool enableColourSequences(int stream);
 
 /// Removes an empty folder.
 bool removeDirectory(const std::string& path, std::string& error);

@@ -79,8 +79,10 @@ void Style::init() {
     std::string ignored;
     // Any NO_COLOR, even an empty one, switches colours off.
     const bool allowed = !Orvane::Core::getEnvVar("NO_COLOR", ignored);
-    g_outputColoured = allowed && ApplicationInfo::isTerminal(ApplicationInfo::StandardOutput);
-    g_errorColoured = allowed && ApplicationInfo::isTerminal(ApplicationInfo::StandardError);
+    g_outputColoured =
+        allowed && ApplicationInfo::enableColourSequences(ApplicationInfo::StandardOutput);
+    g_errorColoured =
+        allowed && ApplicationInfo::enableColourSequences(ApplicationInfo::StandardError);
 }
 
 bool Style::outputColoured() {
