@@ -81,6 +81,7 @@ expect(check-no-file 2 "*" "*")
 # ---- the chain: get, dump, set -------------------------------------------------------------------
 
 file(WRITE ${WORK_DIR}/orvane.cfg "[S]\nK = file <|> two\nONLY = f\n")
+file(WRITE ${WORK_DIR}/writing.cfg "[ORVANE_CONFIG_HANDLER]\nIS_WRITING_ENABLED = true\n[S]\nK = 1\n")
 set(RUN_ENV ORVANE__S__K=env)
 run(-cS/K=cla config get S/K)
 expect(get-command-line 0 "cla\n" "")
@@ -126,6 +127,12 @@ if(NOT found)
   fail(dump-json "no S/K in ${OUT}")
 endif()
 
+# "--config=FILE" and a macro that reads the chain through the environment.
+set(RUN_ENV ORVANE__S__ONLY=fromenv)
+run(--config=writing.cfg macro "$(get_cfg:S/ONLY,none)|$(get_cfg:S/K)")
+set(RUN_ENV "")
+expect(macro-reads-chain 0 "fromenv|1\n" "")
+
 run(config set S/K x)
 expect(set-disabled 1 "" "qorctl: setting of entry value is not enabled\n")
 file(READ ${WORK_DIR}/orvane.cfg unchanged)
@@ -135,7 +142,6 @@ endif()
 file(WRITE ${WORK_DIR}/setting.cfg "[ORVANE_CONFIG_HANDLER]\nIS_SETTING_ENABLED = yes\n")
 run(--config setting.cfg config set S/K x)
 expect(set-cache-only 1 "" "qorctl: writing of orvane config file is not enabled\n")
-file(WRITE ${WORK_DIR}/writing.cfg "[ORVANE_CONFIG_HANDLER]\nIS_WRITING_ENABLED = true\n[S]\nK = 1\n")
 run(--config writing.cfg -cS/K=top config set S/K "a b" c)
 expect(set 0 "" "qorctl: note: the command line hides the value written: top\n")
 run(--config writing.cfg config get S/K)
@@ -148,6 +154,7 @@ expect(set-no-value 2 "" "*")
 run(config defs)
 expect(defs 0 "*" "")
 expect_match(defs "${OUT}" "\n  ENVVAR_CONFIG_HANDLER/PREFIX\n[^\n]*\n      string, one value, default: ORVANE\n")
+expect_match(defs "${OUT}" "\n  ORVANE_LOGGING_HANDLER/LOG_DEST\n[^\n]*\n      string, list, default: File\n      some of the choices:\n        File\n        Console\n")
 run(config defs --json)
 expect(defs-json 0 "*" "")
 string(JSON count LENGTH "${OUT}")
@@ -245,6 +252,11 @@ run("-cORVANE_LOGGING_HANDLER/LOG_FORMAT=$(priority:long)|$(message)" log view c
 expect(view-custom-format 0 "Warning|x\n" "")
 run("-cORVANE_LOGGING_HANDLER/LOG_FORMAT=$(priority:long)|$(message)" log view custom.log --thread 1)
 expect(view-no-thread-field 1 "" "qorctl: the log format has no thread id\n")
+file(WRITE ${WORK_DIR}/log4j.log "WARN a\nDEBUG b\nFATAL c\n")
+run("-cORVANE_LOGGING_HANDLER/LOG_FORMAT=$(priority:log4j) $(message)" log view log4j.log --priority w,f)
+expect(view-log4j-priority 0 "WARN a\nFATAL c\n" "")
+run("-cORVANE_LOGGING_HANDLER/LOG_FORMAT=$(priority:log4j) $(message)" log stats log4j.log)
+expect(stats-without-time 0 "Entries: 3\n\nPer priority:\n  (not shown)   1\n  Warning       1\n  FatalError    1\n" "")
 
 # ---- following a log that rotates ----------------------------------------------------------------
 
