@@ -5,6 +5,7 @@
 #include "chandles.h"
 #include "ctext.h"
 #include "qorcommon/cwrapper.h"
+#include "qorcommon/libraryservices.h"
 #include "qorcommon/logging.h"
 #include "qorcommon/loggingcwrapper.h"
 #include "qorcommon/logginghandler.h"
@@ -650,8 +651,10 @@ QORCOMMON_API orv_Logger_ptr orv_SimpleLogging_init(const orv_ModuleInfo* module
                                                     const char* loggerName) noexcept {
     return QOR_C_GUARDED(nullHandle<orv_Logger_ptr>(), [&]() -> orv_Logger_ptr {
         const ModuleInfo module = moduleInfo ? CWrapper::toModuleInfo(*moduleInfo) : ModuleInfo();
-        return wrapGC<orv_Logger_ptr>(
-            Logging::initialHandler()->getLogger(textOf(loggerName), module));
+        // The started framework's handler; before start-up, the initial one.
+        GC<LoggingHandler> handler = QOR::libraryLoggingHandler();
+        if (!handler) handler = Logging::initialHandler();
+        return wrapGC<orv_Logger_ptr>(handler->getLogger(textOf(loggerName), module));
     });
 }
 

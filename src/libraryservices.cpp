@@ -18,6 +18,7 @@ namespace {
 struct Slots {
     Platform::Mutex mutex;
     GC<ConfigHandler> configHandler;
+    GC<LoggingHandler> loggingHandler;
     LoadedModulesProvider modulesProvider;
 };
 
@@ -166,6 +167,21 @@ GC<ConfigHandler> libraryConfigHandler() {
     Slots& s = slots();
     ScopedLock<Platform::Mutex> lock(s.mutex);
     return s.configHandler;
+}
+
+void setLibraryLoggingHandler(const GC<LoggingHandler>& handler) {
+    Slots& s = slots();
+    GC<LoggingHandler> previous;
+    ScopedLock<Platform::Mutex> lock(s.mutex);
+    previous = s.loggingHandler;
+    s.loggingHandler = handler;
+    lock.unlock();
+}
+
+GC<LoggingHandler> libraryLoggingHandler() {
+    Slots& s = slots();
+    ScopedLock<Platform::Mutex> lock(s.mutex);
+    return s.loggingHandler;
 }
 
 void setLoadedModulesProvider(LoadedModulesProvider provider) {

@@ -592,3 +592,31 @@ TEST(OrvaneWriting, AFullDiskCostsOnlyTheLinesAndIsReportedOnce) {
     EXPECT_EQ(reports, 1u) << reported;
 }
 #endif
+
+#ifndef _WIN32
+// A file name that fits the file system's limit while the renamed name, with its time stamp,
+// does not: the rename fails for every writer, root included.
+TEST(OrvaneWriting, AFailedRenameKeepsAppendingAndIsReportedOnce) {
+    QorTest::ScratchDir dir("orvane_norename");
+    const std::string name = std::string(240, 'n') + ".log";
+    std::vector<std::string> written;
+    testing::internal::CaptureStderr();
+    {
+        OrvaneLoggingHandler handler(fileSettings(dir.file(name)));
+        GC<Logger> logger = handler.getLogger(kModule);
+        // About 3.5 KiB: the 1 KiB threshold is passed, and passed again after each attempt.
+        for (int i = 0; i < 35; ++i) {
+            const std::string text = std::to_string(100 + i) + std::string(90, 'r');
+            logger->addEntry(Logger::Info, LogEntry::fromGeneralMessage(text), kTime, 0);
+            written.push_back("Info: " + text);
+        }
+    }
+    const std::string reported = testing::internal::GetCapturedStderr();
+    std::size_t reports = 0;
+    for (const std::string& line : linesOf(reported))
+        reports += line.find("cannot rename log file") != std::string::npos;
+    EXPECT_EQ(reports, 1u) << reported;
+    EXPECT_EQ(filesIn(dir.path()), (std::vector<std::string>{name, name + ".lock"}));
+    EXPECT_EQ(linesOf(readFile(dir.file(name))), written);
+}
+#endif

@@ -1,5 +1,6 @@
 // Process-wide slots through which the framework hands its services to the rest of the library:
-// the configuration chain of the library instance and the list of loaded modules. Start-up fills
+// the configuration chain and the logging handler of the library instance, and the list of
+// loaded modules. Start-up fills
 // them and shut-down empties them; until then they answer as an uninitialised library does.
 // Every function is safe to call from any thread.
 #pragma once
@@ -7,6 +8,7 @@
 #include "qorcommon/confighandler.h"
 #include "qorcommon/export.h"
 #include "qorcommon/gc.h"
+#include "qorcommon/logginghandler.h"
 #include "qorcommon/moduleinfo.h"
 
 #include <functional>
@@ -20,6 +22,11 @@ namespace QOR {
 QORCOMMON_API void setLibraryConfigHandler(const GC<ConfigHandler>& handler);
 /// The configuration chain of the library instance; null before initialisation.
 QORCOMMON_API GC<ConfigHandler> libraryConfigHandler();
+
+/// Sets the logging handler of the library instance (null: not initialised).
+QORCOMMON_API void setLibraryLoggingHandler(const GC<LoggingHandler>& handler);
+/// The logging handler of the library instance; null before initialisation.
+QORCOMMON_API GC<LoggingHandler> libraryLoggingHandler();
 
 using LoadedModulesProvider = std::function<std::list<ModuleInfo>()>;
 /// Sets the function that lists the loaded modules (an empty function removes it). It is called

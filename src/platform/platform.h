@@ -344,6 +344,22 @@ bool removeSharedMemory(const std::string& name, std::string& error);
 /// has none (always on POSIX, where executables carry no such resource).
 std::string fileVersion(const std::string& path);
 
+// ---- console input (console.cpp) ---------------------------------------------------------------
+
+/// Whether standard input is an interactive terminal (isatty / a console handle).
+bool isStandardInputTerminal();
+/// Reads one line of standard input without its line end (UTF-8); false at end of input with
+/// nothing read. Without `echo` a terminal does not show what is typed (for passwords); a line
+/// end is then written to standard error in its place.
+bool readStandardInputLine(std::string& line, bool echo);
+
+// ---- name resolution (network.cpp) -------------------------------------------------------------
+
+/// The first address of a host name (or numeric address) in numeric text form through the
+/// system resolver, an IPv4 address preferred over an IPv6 one; false with the resolver's text in
+/// `error` when the name does not resolve.
+bool resolveHost(const std::string& name, std::string& address, std::string& error);
+
 } // namespace Platform
 } // namespace Core
 } // namespace Orvane
