@@ -9,7 +9,7 @@ file(MAKE_DIRECTORY ${WORK_DIR})
 function(run)
   execute_process(
     COMMAND ${CMAKE_COMMAND} -E env --unset=NO_COLOR ${RUN_ENV} ${EMULATOR} ${QORCTL} ${ARGN}
-    WORKING_DIRECTORY ${WORK_DIR}
+    WORKING_DIRECTORY ${WORK_DIR}/${RUN_DIR}
     RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err TIMEOUT 120)
   string(REPLACE "\r" "" out "${out}")
   string(REPLACE "\r" "" err "${err}")
@@ -42,6 +42,7 @@ function(expect_match name text regex)
 endfunction()
 
 set(RUN_ENV "")
+set(RUN_DIR "")
 
 # ---- conventions -------------------------------------------------------------------------------
 
@@ -55,7 +56,7 @@ run(config check --bogus x.cfg)
 expect(unknown-option 2 "" "qorctl: unknown option --bogus\nTry 'qorctl config check --help'.\n")
 run(log view --count many)
 expect(bad-number 2 "" "*")
-foreach(command "config check" "config get" "config dump" "config set" "config defs" "macro"
+foreach(command "run" "config check" "config get" "config dump" "config set" "config defs" "macro"
                 "log write" "log view" "log stats")
   separate_arguments(words UNIX_COMMAND "${command}")
   run(${words} --help)
@@ -257,6 +258,33 @@ run("-cORVANE_LOGGING_HANDLER/LOG_FORMAT=$(priority:log4j) $(message)" log view 
 expect(view-log4j-priority 0 "WARN a\nFATAL c\n" "")
 run("-cORVANE_LOGGING_HANDLER/LOG_FORMAT=$(priority:log4j) $(message)" log stats log4j.log)
 expect(stats-without-time 0 "Entries: 3\n\nPer priority:\n  (not shown)   1\n  Warning       1\n  FatalError    1\n" "")
+
+# ---- run: the library started as a host ---------------------------------------------------------
+
+file(MAKE_DIRECTORY ${WORK_DIR}/host)
+set(RUN_DIR host)
+run(-cGLOBAL/APP_NAME=demo run)
+expect(run-defaults 0 "*" "*")
+expect_match(run-defaults "${OUT}"
+  "^Library: QorCommon3 ${VERSION}\nHost module: demo[^\n]*\nConfiguration: built-in defaults \\(no orvane.cfg\\)\n\nConfiguration chain \\(head to tail\\):\n  1. Orvane::Core::CLAConfigHandler\n  2. Orvane::Core::MemoryConfigHandler\n")
+expect_match(run-defaults "${OUT}" "\n  config_handler: [^\n]*orvanecfg")
+expect_match(run-defaults "${OUT}" "\nPlug-ins:\n  \\(none\\)\n")
+# The frames nest in the listener's view, and the error reaches the collector's listeners.
+expect_match(run-defaults "${OUT}"
+  "\nLogging listener received:\n  Status [^\n]* begin [^\n]*outerStep\n  Status [^\n]*  begin [^\n]*middleStep\n  Message [^\n]*  calling the sample step\n  Status [^\n]*    begin [^\n]*storeStep\n  Error [^\n]*    the sample step failed\n")
+expect_match(run-defaults "${OUT}"
+  "\nError collector listener received:\n  \\[QorCommon3\\] sample error of qorctl run \\(raised on purpose to show the collector\\)\n\nStopped.\n$")
+file(READ ${WORK_DIR}/host/orvane.log hostLog)
+expect_match(run-log "${hostLog}" "Error: the sample step failed \\[qorctl\\]")
+
+# A file that names the next link of the chain, with an error that start-up reports.
+file(WRITE ${WORK_DIR}/host/orvane.cfg "[GLOBAL]\nCONFIG_HANDLER = envvar\nAPP_NAME = fromfile\nBROKEN\n")
+run(run)
+expect(run-file 0 "*" "*")
+expect_match(run-file "${OUT}"
+  "\nHost module: fromfile[^\n]*\nConfiguration: orvane.cfg\n\nConfiguration chain \\(head to tail\\):\n  1. Orvane::Core::EnvVarConfigHandler\n  2. Orvane::Core::OrvanecfgConfigHandler\n")
+expect_match(run-file "${OUT}" "received:\n  \\[QorCommon3\\] Cannot initialize config handler properly \\([^\n]*orvane.cfg:4: Missing '=' delimiter.\\)\n")
+set(RUN_DIR "")
 
 # ---- following a log that rotates ----------------------------------------------------------------
 

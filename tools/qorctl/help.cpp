@@ -11,6 +11,7 @@ const char* const TopHelp =
     R"(usage: qorctl [--config FILE] [-cSECTION/ENTRY=VALUE ...] COMMAND [ARGS]
 
 Commands:
+  run                       start the library as a host and show what it set up
   config check FILE...      report the errors of configuration files
   config get PATH           the value of an entry as the configuration chain resolves it
   config dump [--json]      every known entry, the source that answers it and what it hides
@@ -37,6 +38,14 @@ Exit status: 0 done, 1 a problem was found, 2 wrong command line.
 
 const std::map<std::string, std::string>& texts() {
     static const std::map<std::string, std::string> map = {
+        {"run", R"(usage: qorctl run [--config FILE] [-cSECTION/ENTRY=VALUE ...]
+Starts the library as a host over orvane.cfg of the current directory (or FILE), prints the version, the host module, the configuration
+chain from head to tail, the features by type, the plug-ins and the log file; logs a few nested
+function frames and an error, shows what the logging listener and the error collector's
+listener received, and stops the library. With a file, the -c arguments reach start-up through
+the library's own command-line handler (GLOBAL/BASE_CONFIG_HANDLER, or the chain when it names
+"cla"); without one, they are the base of the chain over the built-in values.
+)"},
         {"config", R"(usage: qorctl config check|get|dump|set|defs ...
   config check FILE...      report the errors of configuration files
   config get PATH           the value of an entry as the configuration chain resolves it

@@ -66,6 +66,10 @@ int dispatch(const std::vector<std::string>& all) {
         return configCommand(context);
     }
     if (command == "macro") return macroCommand(context);
+    if (command == "run") {
+        if (wantsHelp) return std::cout << helpText("run"), ExitOk;
+        return runCommand(context);
+    }
     if (command == "log") {
         if (wantsHelp) return std::cout << helpText("log"), ExitOk;
         return logCommand(context);
