@@ -3,8 +3,9 @@
 #include "cli.h"
 #include "json.h"
 
-#include "qorcommon/multiplelogginghandler.h"
-#include "qorcommon/orvanelogginghandler.h"
+#include "qorcommon/builtinfeatures.h"
+#include "qorcommon/globals.h"
+#include "qorcommon/memoryconfighandler.h"
 
 #include <sstream>
 
@@ -85,15 +86,13 @@ void collect(const GC<ConfigDefinition>& definition, const std::string& parentBa
 
 } // namespace
 
-std::vector<DefinedEntry> definedEntries(const ConfigDefinition::DefinitionList& extra) {
-    ConfigDefinition::DefinitionList definitions = {
-        makeOrvanecfgConfigDefinition(), makeEnvVarConfigDefinition(),
-        OrvaneLoggingHandler::configDefinition(), MultipleLoggingHandler::configDefinition(),
-        makeSimpleLoggingConfigDefinition()};
-    definitions.insert(definitions.end(), extra.begin(), extra.end());
+std::vector<DefinedEntry> definedEntries() {
+    // The framework describes its GLOBAL entries, with the registered features as their choices
+    // and each feature's own definition nested. Set up over an empty source and never started,
+    // it loads no plug-in and writes nothing.
+    QOR::Globals globals(GC<ConfigHandler>(new MemoryConfigHandler()), ModuleInfo(), {});
     std::vector<DefinedEntry> entries;
-    for (const GC<ConfigDefinition>& definition : definitions)
-        collect(definition, std::string(), DefinedEntry(), entries, 0);
+    collect(globals.getConfigDefinition(), std::string(), DefinedEntry(), entries, 0);
     return entries;
 }
 
@@ -121,7 +120,10 @@ std::string definedEntriesAsText(const std::vector<DefinedEntry>& entries, bool 
         if (entry.defaults.size() > 0) out << ", default: " << entry.defaults.join(" <|> ");
         out << '\n';
         if (!entry.choices.empty()) {
-            out << "      " << entry.selection << ":";
+            const char* heading = entry.selection == "free"                 ? "known values:"
+                                  : entry.selection == "one of the choices" ? "one of:"
+                                                                            : "some of:";
+            out << "      " << heading;
             for (const auto& choice : entry.choices) {
                 out << "\n        " << choice.value;
                 if (!choice.nameInfo.name().empty() && choice.nameInfo.name() != choice.value)

@@ -25,10 +25,8 @@ struct DefinedEntry {
     Orvane::Core::ConfigEntryDefinition::MacroMap macros;
 };
 
-/// Every entry of the library's definitions (and those given), in publication order.
-std::vector<DefinedEntry>
-definedEntries(const Orvane::Core::ConfigDefinition::DefinitionList& extra =
-                   Orvane::Core::ConfigDefinition::DefinitionList());
+/// Every entry that the library and its built-in features describe, in publication order.
+std::vector<DefinedEntry> definedEntries();
 
 std::string definedEntriesAsText(const std::vector<DefinedEntry>& entries, bool coloured);
 std::string definedEntriesAsJson(const std::vector<DefinedEntry>& entries);

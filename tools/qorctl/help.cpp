@@ -72,8 +72,9 @@ writing (ORVANE_CONFIG_HANDLER/IS_WRITING_ENABLED = true); otherwise the file ha
 message is printed and the exit status is 1.
 )"},
         {"config defs", R"(usage: qorctl config defs [--json]
-Lists the configuration entries that the library describes: path, label, description, value
-type, defaults and choices.
+Lists the configuration entries that the library describes (the framework's GLOBAL entries,
+whose values are the registered features, and the entries of each built-in feature): path,
+label, description, value type, defaults and choices.
 )"},
         {"macro", R"(usage: qorctl macro TEMPLATE
        qorctl macro --help [--html]
