@@ -124,6 +124,24 @@ std::string Style::paint(const std::string& text, Colour colour, bool coloured) 
     return std::string("\x1b[") + code + "m" + text + "\x1b[0m";
 }
 
+int dispatchSubcommand(const std::string& group, const Context& context,
+                       const std::map<std::string, Command>& commands) {
+    if (context.args.empty()) throw UsageError(group, "missing subcommand");
+    const std::string sub = context.args[0];
+    const auto found = commands.find(sub);
+    if (found == commands.end()) throw UsageError(group, "unknown subcommand '" + sub + "'");
+    Context rest = context;
+    rest.args.erase(rest.args.begin());
+    for (const std::string& arg : rest.args) {
+        if (arg == "--") break;
+        if (arg == "--help") {
+            std::cout << helpText(group + " " + sub);
+            return ExitOk;
+        }
+    }
+    return found->second(rest);
+}
+
 void printError(const std::string& message) {
     std::cerr << Style::paint("qorctl:", Style::Red, Style::errorColoured()) << ' ' << message
               << '\n';

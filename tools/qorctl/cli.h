@@ -70,6 +70,14 @@ public:
     static std::string paint(const std::string& text, Colour colour, bool coloured);
 };
 
+/// A command: its context in, the exit status out.
+using Command = int (*)(const Context&);
+
+/// Runs the subcommand that the first argument names among `commands` of the command `group`
+/// ("config", "log"), or prints its help when --help comes before any "--".
+int dispatchSubcommand(const std::string& group, const Context& context,
+                       const std::map<std::string, Command>& commands);
+
 /// Writes "qorctl: <message>" to standard error.
 void printError(const std::string& message);
 

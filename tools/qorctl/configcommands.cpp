@@ -199,23 +199,9 @@ int defs(const Context& context) {
 } // namespace
 
 int configCommand(const Context& context) {
-    if (context.args.empty()) throw UsageError("config", "missing subcommand");
-    const std::string sub = context.args[0];
-    Context rest = context;
-    rest.args.erase(rest.args.begin());
-    using Command = int (*)(const Context&);
     static const std::map<std::string, Command> commands = {
         {"check", check}, {"get", get}, {"dump", dump}, {"set", set}, {"defs", defs}};
-    const auto found = commands.find(sub);
-    if (found == commands.end()) throw UsageError("config", "unknown subcommand '" + sub + "'");
-    for (const std::string& arg : rest.args) {
-        if (arg == "--") break;
-        if (arg == "--help") {
-            std::cout << helpText("config " + sub);
-            return ExitOk;
-        }
-    }
-    return found->second(rest);
+    return dispatchSubcommand("config", context, commands);
 }
 
 } // namespace Qorctl

@@ -263,23 +263,9 @@ int stats(const Context& context) {
 } // namespace
 
 int logCommand(const Context& context) {
-    if (context.args.empty()) throw UsageError("log", "missing subcommand");
-    const std::string sub = context.args[0];
-    Context rest = context;
-    rest.args.erase(rest.args.begin());
-    using Command = int (*)(const Context&);
     static const std::map<std::string, Command> commands = {
         {"write", write}, {"view", view}, {"stats", stats}};
-    const auto found = commands.find(sub);
-    if (found == commands.end()) throw UsageError("log", "unknown subcommand '" + sub + "'");
-    for (const std::string& arg : rest.args) {
-        if (arg == "--") break;
-        if (arg == "--help") {
-            std::cout << helpText("log " + sub);
-            return ExitOk;
-        }
-    }
-    return found->second(rest);
+    return dispatchSubcommand("log", context, commands);
 }
 
 } // namespace Qorctl
