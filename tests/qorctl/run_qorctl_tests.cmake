@@ -1,6 +1,6 @@
 # Runs qorctl in a scratch folder and compares its output and exit status with what they must be.
 # Arguments: QORCTL, WRITER (the log writer), EMULATOR (empty, or wine for the Windows build),
-# VERSION, WORK_DIR.
+# VERSION, WORK_DIR, PLUGIN_DIR (the test plug-ins).
 
 file(REMOVE_RECURSE ${WORK_DIR})
 file(MAKE_DIRECTORY ${WORK_DIR})
@@ -324,6 +324,15 @@ expect_match(run-defaults "${OUT}"
   "\nError collector listener received:\n  \\[QorCommon3\\] sample error of qorctl run \\(raised on purpose to show the collector\\)\n\nStopped.\n$")
 file(READ ${WORK_DIR}/host/orvane.log hostLog)
 expect_match(run-log "${hostLog}" "Error: the sample step failed \\[qorctl\\]")
+
+# A plug-in whose configuration handler the chain names as its next link.
+run(-cGLOBAL/PLUGIN_DIR=${PLUGIN_DIR} -cGLOBAL/PLUGINS=qortest_goodplugin
+    -cGLOBAL/CONFIG_HANDLER=testcfg run)
+expect(run-plugin 0 "*" "*")
+expect_match(run-plugin "${OUT}"
+  "\n  1. TestHandler\n  2. Orvane::Core::CLAConfigHandler\n  3. Orvane::Core::MemoryConfigHandler\n")
+expect_match(run-plugin "${OUT}" "\n  config_handler: [^\n]*testcfg")
+expect_match(run-plugin "${OUT}" "\nPlug-ins:\n  [^\n(]*qortest_goodplugin")
 
 # A file that names the next link of the chain, with an error that start-up reports.
 file(WRITE ${WORK_DIR}/host/orvane.cfg "[GLOBAL]\nCONFIG_HANDLER = envvar\nAPP_NAME = fromfile\nBROKEN\n")

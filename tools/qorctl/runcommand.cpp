@@ -158,20 +158,23 @@ int runCommand(const Context& context) {
     for (QOR::Plugin* plugin : plugins)
         std::cout << "  " << plugin->moduleInfo().asString().str() << '\n';
 
-    GC<LoggingHandler> logging = globals->getLoggingHandler();
-    heading("Logging:");
-    std::cout << "  handler: " << (logging ? logging->typeName() : "(none)") << '\n';
-    if (auto* fileLogging = dynamic_cast<OrvaneLoggingHandler*>(logging.ptr()))
-        std::cout << "  log file: " << fileLogging->settings()->logFile() << '\n';
-
+    // Every service handle goes before the library stops: a plug-in's code may be behind it.
     GC<RecordingLoggingListener> entries(new RecordingLoggingListener());
-    globals->registerLoggingListener(entries);
     {
-        GC<Logger> logger =
-            logging ? logging->getLogger("qorctl", globals->hostModuleInfo()) : GC<Logger>();
-        outerStep(logger, globals);
+        GC<LoggingHandler> logging = globals->getLoggingHandler();
+        heading("Logging:");
+        std::cout << "  handler: " << (logging ? logging->typeName() : "(none)") << '\n';
+        if (auto* fileLogging = dynamic_cast<OrvaneLoggingHandler*>(logging.ptr()))
+            std::cout << "  log file: " << fileLogging->settings()->logFile() << '\n';
+
+        globals->registerLoggingListener(entries);
+        {
+            GC<Logger> logger =
+                logging ? logging->getLogger("qorctl", globals->hostModuleInfo()) : GC<Logger>();
+            outerStep(logger, globals);
+        }
+        globals->unregisterLoggingListener(entries);
     }
-    globals->unregisterLoggingListener(entries);
 
     heading("Logging listener received:");
     for (const std::string& entry : entries->entries())
