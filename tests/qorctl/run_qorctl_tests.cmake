@@ -334,6 +334,19 @@ expect_match(run-plugin "${OUT}"
 expect_match(run-plugin "${OUT}" "\n  config_handler: [^\n]*testcfg")
 expect_match(run-plugin "${OUT}" "\nPlug-ins:\n  [^\n(]*qortest_goodplugin")
 
+# The configuration commands on the chain of the started library: the plug-in's handler answers
+# first and hides the command line.
+set(PLUGIN_ARGS -cGLOBAL/PLUGIN_DIR=${PLUGIN_DIR} -cGLOBAL/PLUGINS=qortest_goodplugin
+    -cGLOBAL/CONFIG_HANDLER=testcfg)
+run(${PLUGIN_ARGS} -cTEST/VALUE=mine config dump --framework)
+expect(dump-framework 0 "*" "*")
+expect_match(dump-framework "${OUT}"
+  "\nTEST/VALUE = from plugin  \\(plug-in handler TestHandler\\)\n    hides command line: mine\n")
+run(${PLUGIN_ARGS} config get --framework TEST/VALUE)
+expect(get-framework 0 "from plugin\n" "*")
+run(${PLUGIN_ARGS} config get TEST/VALUE)
+expect(get-without-framework 1 "" "*")
+
 # A file that names the next link of the chain, with an error that start-up reports.
 file(WRITE ${WORK_DIR}/host/orvane.cfg "[GLOBAL]\nCONFIG_HANDLER = envvar\nAPP_NAME = fromfile\nBROKEN\n")
 run(run)

@@ -1,40 +1,50 @@
-// The configuration chain of the tool: the -c arguments over the environment over the file.
+// The configuration chain of a command: the -c arguments over the environment over the file, as
+// the tool builds it, or the chain that the library builds at start-up (plug-in handlers
+// included).
 #pragma once
 
 #include "cli.h"
+#include "hostsession.h"
 
 #include "qorcommon/confighandler.h"
 #include "qorcommon/envconfighandler.h"
 #include "qorcommon/orvanecfgconfighandler.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace Qorctl {
 
 struct ConfigChain {
+    /// The started library of a chain that it built; declared first so that it stops after
+    /// every handle below is gone.
+    std::unique_ptr<HostSession> host;
+    /// The links that the tool knows by their class; null when the chain has none of them.
     Orvane::Core::GC<Orvane::Core::CLAConfigHandler> commandLine;
-    Orvane::Core::GC<Orvane::Core::EnvVarConfigHandler> environment;
     Orvane::Core::GC<Orvane::Core::OrvanecfgConfigHandler> file;
-    /// The file that was read.
+    /// The file that was read, and whether it could be.
     std::string filePath;
-    /// Whether the file could be opened.
     bool fileRead = false;
 
-    /// The head of the chain.
-    Orvane::Core::GC<Orvane::Core::ConfigHandler> head() const { return commandLine; }
-
-    /// One link of the chain with the name the tool shows for it.
+    /// One link with the name of its source ("command line", "environment", "file", "built-in",
+    /// or "plug-in handler" and the handler's class).
     struct Link {
-        const char* source;
-        Orvane::Core::ConfigHandler* handler;
+        std::string source;
+        Orvane::Core::GC<Orvane::Core::ConfigHandler> handler;
     };
-    std::vector<Link> links() const;
+    /// Head first.
+    std::vector<Link> links;
+
+    Orvane::Core::GC<Orvane::Core::ConfigHandler> head() const { return links.front().handler; }
 };
 
-/// Builds the chain. A missing default file is no problem (the built-in values answer); a file
-/// named with --config that cannot be opened is, and throws a ProblemError.
+/// Builds the chain of the tool. A missing default file is no problem (the built-in values
+/// answer); a file named with --config that cannot be opened is, and throws a ProblemError.
 ConfigChain buildConfigChain(const Context& context);
+
+/// Starts the library as a host and takes the chain it built (see HostSession).
+ConfigChain frameworkConfigChain(const Context& context);
 
 /// A failure that main reports with exit status 1.
 class ProblemError : public std::runtime_error {

@@ -48,17 +48,21 @@ int check(const Context& context) {
     return problems ? ExitProblem : ExitOk;
 }
 
+// The tool's own chain, or with --framework the one the started library builds.
+ConfigChain chainOf(const Context& context, const Arguments& args) {
+    return args.has("framework") ? frameworkConfigChain(context) : buildConfigChain(context);
+}
+
 int get(const Context& context) {
-    Arguments args("config get", context.args, {}, {});
+    Arguments args("config get", context.args, {}, {"framework"});
     args.expectPositionals(1, 1);
-    const ConfigChain chain = buildConfigChain(context);
+    const ConfigChain chain = chainOf(context, args);
     const std::string& path = args.positionals()[0];
     StringList values;
     if (!chain.head()->getEntryAsStringList(path, values)) {
         // The handler that failed last holds the reason: the deepest one with a message.
         std::string reason;
-        const std::vector<ConfigChain::Link> links = chain.links();
-        for (auto link = links.rbegin(); link != links.rend() && reason.empty(); ++link)
+        for (auto link = chain.links.rbegin(); link != chain.links.rend() && reason.empty(); ++link)
             reason = link->handler->getLastError();
         if (reason.empty()) reason = "no value for " + path;
         printError(reason);
@@ -93,14 +97,16 @@ struct Answer {
 };
 
 int dump(const Context& context) {
-    Arguments args("config dump", context.args, {}, {"json"});
+    Arguments args("config dump", context.args, {}, {"json", "framework"});
     args.expectPositionals(0, 0);
-    const ConfigChain chain = buildConfigChain(context);
+    const ConfigChain chain = chainOf(context, args);
 
     std::set<std::string> paths;
-    for (const std::string& path : chain.commandLine->paths())
-        paths.insert(path);
-    if (chain.fileRead) {
+    if (chain.commandLine) {
+        for (const std::string& path : chain.commandLine->paths())
+            paths.insert(path);
+    }
+    if (chain.fileRead && chain.file) {
         for (const std::string& section : fileSections(chain.filePath)) {
             StringList keys;
             if (chain.file->getKeyList(section, keys, false)) {
@@ -110,7 +116,7 @@ int dump(const Context& context) {
         }
     }
     std::map<std::string, DefinedEntry> defined;
-    for (const DefinedEntry& entry : definedEntries())
+    for (const DefinedEntry& entry : definedEntries(chain.host ? chain.host->globals() : nullptr))
         defined.emplace(entry.path, entry);
     for (const auto& entry : defined)
         paths.insert(entry.first);
@@ -120,7 +126,7 @@ int dump(const Context& context) {
     if (asJson) json.beginArray();
     for (const std::string& path : paths) {
         std::vector<Answer> answers;
-        for (const ConfigChain::Link& link : chain.links()) {
+        for (const ConfigChain::Link& link : chain.links) {
             StringList values;
             if (link.handler->getEntryAsStringList(path, values, false))
                 answers.push_back(Answer{link.source, values});
@@ -174,8 +180,8 @@ int set(const Context& context) {
         return ExitProblem;
     }
     // The file now holds the value, but a source above it may still answer first.
-    for (const ConfigChain::Link& link : chain.links()) {
-        if (link.handler == chain.file.ptr()) break;
+    for (const ConfigChain::Link& link : chain.links) {
+        if (link.handler == chain.file) break;
         StringList hiding;
         if (link.handler->getEntryAsStringList(path, hiding, false))
             printError("note: the " + std::string(link.source) +

@@ -86,13 +86,17 @@ void collect(const GC<ConfigDefinition>& definition, const std::string& parentBa
 
 } // namespace
 
-std::vector<DefinedEntry> definedEntries() {
-    // The framework describes its GLOBAL entries, with the registered features as their choices
+std::vector<DefinedEntry> definedEntries(QOR::Globals* globals) {
+    std::vector<DefinedEntry> entries;
+    if (globals) {
+        collect(globals->getConfigDefinition(), std::string(), DefinedEntry(), entries, 0);
+        return entries;
+    }
+    // The framework describes its GLOBAL entries, with the registered features as their values
     // and each feature's own definition nested. Set up over an empty source and never started,
     // it loads no plug-in and writes nothing.
-    QOR::Globals globals(GC<ConfigHandler>(new MemoryConfigHandler()), ModuleInfo(), {});
-    std::vector<DefinedEntry> entries;
-    collect(globals.getConfigDefinition(), std::string(), DefinedEntry(), entries, 0);
+    QOR::Globals local(GC<ConfigHandler>(new MemoryConfigHandler()), ModuleInfo(), {});
+    collect(local.getConfigDefinition(), std::string(), DefinedEntry(), entries, 0);
     return entries;
 }
 

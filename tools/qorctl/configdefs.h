@@ -2,6 +2,7 @@
 #pragma once
 
 #include "qorcommon/configdefinition.h"
+#include "qorcommon/globals.h"
 
 #include <string>
 #include <vector>
@@ -25,8 +26,9 @@ struct DefinedEntry {
     Orvane::Core::ConfigEntryDefinition::MacroMap macros;
 };
 
-/// Every entry that the library and its built-in features describe, in publication order.
-std::vector<DefinedEntry> definedEntries();
+/// Every entry that the library and its features describe, in publication order: those of the
+/// running framework `globals` (plug-ins included), or with null those of the built-in features.
+std::vector<DefinedEntry> definedEntries(Orvane::Core::QOR::Globals* globals = nullptr);
 
 std::string definedEntriesAsText(const std::vector<DefinedEntry>& entries, bool coloured);
 std::string definedEntriesAsJson(const std::vector<DefinedEntry>& entries);

@@ -13,8 +13,10 @@ const char* const TopHelp =
 Commands:
   run                       start the library as a host and show what it set up
   config check FILE...      report the errors of configuration files
-  config get PATH           the value of an entry as the configuration chain resolves it
-  config dump [--json]      every known entry, the source that answers it and what it hides
+  config get [--framework] PATH
+                            the value of an entry as the configuration chain resolves it
+  config dump [--json] [--framework]
+                            every known entry, the source that answers it and what it hides
   config set PATH VALUE...  write an entry into the configuration file
   config defs [--json]      the configuration entries that the library describes
   macro TEMPLATE            expand a macro template
@@ -57,14 +59,17 @@ the library's own command-line handler (GLOBAL/BASE_CONFIG_HANDLER, or the chain
 Reads each configuration file and prints every problem with its line number.
 Prints nothing and exits with 0 when all files are clean; exits with 1 otherwise.
 )"},
-        {"config get", R"(usage: qorctl config get PATH
+        {"config get", R"(usage: qorctl config get [--framework] PATH
 Prints the values of the entry SECTION/ENTRY, one per line, as the first source of the chain
 that has it gives them (-c arguments, environment, file). Exits with 1 when no source has it.
+With --framework the library is started as a host (see qorctl run) and its chain is asked:
+the one that GLOBAL/CONFIG_HANDLER describes, plug-in handlers included.
 )"},
-        {"config dump", R"(usage: qorctl config dump [--json]
+        {"config dump", R"(usage: qorctl config dump [--json] [--framework]
 Lists every known entry (those of the -c arguments, of the file and of the library's
 configuration definitions), the source that answers it and the values of the sources below it
-that it hides. Entries that no source sets are shown with their defaults.
+that it hides. Entries that no source sets are shown with their defaults. With --framework the
+library is started as a host and its chain is shown, plug-in handlers included.
 )"},
         {"config set", R"(usage: qorctl config set PATH VALUE...
 Writes the entry into the configuration file, one value per argument. The file must enable

@@ -2,6 +2,7 @@
 // services.
 #include "commands.h"
 #include "configchain.h"
+#include "hostsession.h"
 
 #include "qorcommon/c/framework.h"
 #include "qorcommon/errorinfocollector.h"
@@ -98,42 +99,14 @@ void heading(const std::string& text) {
     std::cout << '\n' << Style::paint(text, Style::Bold, Style::outputColoured()) << '\n';
 }
 
-} // namespace
-
-int runCommand(const Context& context) {
-    Arguments args("run", context.args, {}, {});
-    args.expectPositionals(0, 0);
-    const std::string file = context.configFile.empty() ? "orvane.cfg" : context.configFile;
-    const bool present = FileInfo(file).isFile();
-    if (!present && !context.configFile.empty())
-        throw ProblemError("cannot read configuration file '" + file + "'");
-
-    RecordingErrorListener errors;
-    GC<ErrorInfoCollector> registrar(new QOR::DummyErrorInfoCollector());
-    registrar->registerListener(&errors);
-
-    // The host's identity comes from GLOBAL/APP_NAME ... or the executable. Without a file the
-    // base is the -c arguments over an empty source, so that every other setting keeps its
-    // built-in value and start-up has no missing file to report.
-    bool started = false;
-    if (present) {
-        started = qor_Init2(file.c_str(), nullptr).obj != nullptr;
-    } else {
-        GC<ConfigHandler> defaults(new MemoryConfigHandler());
-        GC<ConfigHandler> base(new CLAConfigHandler(context.configArguments, defaults));
-        started = QOR::init(base, ModuleInfo(), {}) != nullptr;
-    }
-    QOR::Globals* globals = QOR::globals();
-    if (!started || !globals) {
-        registrar->unregisterListener(&errors);
-        qor_Deinit();
-        throw ProblemError("the library did not start");
-    }
-
+// Everything that run shows while the library is started.
+void report(const HostSession& host, const RecordingErrorListener& errors) {
+    QOR::Globals* globals = host.globals();
     std::cout << "Library: " << QORCOMMON_LIBRARY_NAME << ' ' << qor_GetVersion(nullptr) << '\n';
     std::cout << "Host module: " << globals->hostModuleInfo().asString().str() << '\n';
     std::cout << "Configuration: "
-              << (present ? file : std::string("built-in defaults (no ") + file + ")") << '\n';
+              << (host.fromFile() ? host.file() : "built-in defaults (no " + host.file() + ")")
+              << '\n';
 
     heading("Configuration chain (head to tail):");
     int position = 0;
@@ -184,9 +157,26 @@ int runCommand(const Context& context) {
     if (records.empty()) std::cout << "  (nothing)\n";
     for (const std::string& record : records)
         std::cout << "  " << record << '\n';
+}
 
-    qor_Deinit();
-    registrar->unregisterListener(&errors);
+} // namespace
+
+int runCommand(const Context& context) {
+    Arguments args("run", context.args, {}, {});
+    args.expectPositionals(0, 0);
+
+    RecordingErrorListener errors;
+    GC<ErrorInfoCollector> registrar(new QOR::DummyErrorInfoCollector());
+    registrar->registerListener(&errors);
+    struct Unregister {
+        GC<ErrorInfoCollector>& registrar;
+        RecordingErrorListener& errors;
+        ~Unregister() { registrar->unregisterListener(&errors); }
+    } unregister{registrar, errors};
+    {
+        const HostSession host(context);
+        report(host, errors);
+    }
     std::cout << "\nStopped.\n";
     return ExitOk;
 }
