@@ -2,6 +2,7 @@
 # Arguments: QORCTL, WRITER (the log writer), EMULATOR (empty, or wine for the Windows build),
 # VERSION, WORK_DIR, PLUGIN_DIR (the test plug-ins).
 
+cmake_minimum_required(VERSION 3.25)
 file(REMOVE_RECURSE ${WORK_DIR})
 file(MAKE_DIRECTORY ${WORK_DIR})
 
@@ -344,6 +345,25 @@ expect_match(dump-framework "${OUT}"
   "\nTEST/VALUE = from plugin  \\(plug-in handler TestHandler\\)\n    hides command line: mine\n")
 run(${PLUGIN_ARGS} config get --framework TEST/VALUE)
 expect(get-framework 0 "from plugin\n" "*")
+run(${PLUGIN_ARGS} config defs --framework --json)
+expect(defs-framework 0 "*" "*")
+string(JSON count LENGTH "${OUT}")
+set(features "")
+math(EXPR last "${count} - 1")
+foreach(i RANGE ${last})
+  string(JSON path GET "${OUT}" ${i} path)
+  if(path STREQUAL "GLOBAL/CONFIG_HANDLER")
+    string(JSON choices LENGTH "${OUT}" ${i} choices)
+    math(EXPR lastChoice "${choices} - 1")
+    foreach(c RANGE ${lastChoice})
+      string(JSON value GET "${OUT}" ${i} choices ${c} value)
+      list(APPEND features ${value})
+    endforeach()
+  endif()
+endforeach()
+if(NOT "testcfg" IN_LIST features)
+  fail(defs-framework "the plug-in's handler is no value of GLOBAL/CONFIG_HANDLER: ${features}")
+endif()
 run(${PLUGIN_ARGS} config get TEST/VALUE)
 expect(get-without-framework 1 "" "*")
 

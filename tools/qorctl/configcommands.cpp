@@ -191,9 +191,16 @@ int set(const Context& context) {
 }
 
 int defs(const Context& context) {
-    Arguments args("config defs", context.args, {}, {"json"});
+    Arguments args("config defs", context.args, {}, {"json", "framework"});
     args.expectPositionals(0, 0);
-    const std::vector<DefinedEntry> entries = definedEntries();
+    std::vector<DefinedEntry> entries;
+    if (args.has("framework")) {
+        // The records are plain copies: they outlive the library and its plug-ins.
+        const HostSession host(context);
+        entries = definedEntries(host.globals());
+    } else {
+        entries = definedEntries();
+    }
     if (args.has("json")) {
         std::cout << definedEntriesAsJson(entries);
         return ExitOk;

@@ -18,7 +18,8 @@ Commands:
   config dump [--json] [--framework]
                             every known entry, the source that answers it and what it hides
   config set PATH VALUE...  write an entry into the configuration file
-  config defs [--json]      the configuration entries that the library describes
+  config defs [--json] [--framework]
+                            the configuration entries that the library describes
   macro TEMPLATE            expand a macro template
   macro --help [--html]     the catalogue of built-in macros
   log write [--priority P] TEXT
@@ -53,7 +54,8 @@ the library's own command-line handler (GLOBAL/BASE_CONFIG_HANDLER, or the chain
   config get PATH           the value of an entry as the configuration chain resolves it
   config dump [--json]      every known entry, the source that answers it and what it hides
   config set PATH VALUE...  write an entry into the configuration file
-  config defs [--json]      the configuration entries that the library describes
+  config defs [--json] [--framework]
+                            the configuration entries that the library describes
 )"},
         {"config check", R"(usage: qorctl config check FILE...
 Reads each configuration file and prints every problem with its line number.
@@ -76,10 +78,11 @@ Writes the entry into the configuration file, one value per argument. The file m
 writing (ORVANE_CONFIG_HANDLER/IS_WRITING_ENABLED = true); otherwise the file handler's
 message is printed and the exit status is 1.
 )"},
-        {"config defs", R"(usage: qorctl config defs [--json]
+        {"config defs", R"(usage: qorctl config defs [--json] [--framework]
 Lists the configuration entries that the library describes (the framework's GLOBAL entries,
 whose values are the registered features, and the entries of each built-in feature): path,
-label, description, value type, defaults and choices.
+label, description, value type, defaults and choices. With --framework the library is started
+as a host first, so that the plug-ins that the configuration loads add their entries.
 )"},
         {"macro", R"(usage: qorctl macro TEMPLATE
        qorctl macro --help [--html]
