@@ -44,6 +44,10 @@ endfunction()
 
 set(RUN_ENV "")
 set(RUN_DIR "")
+if(EMULATOR)
+  # The Windows build runs under wine, whose drive Z: is the root of the file system.
+  string(REPLACE "/" "\\" PLUGIN_DIR "Z:${PLUGIN_DIR}")
+endif()
 
 # ---- conventions -------------------------------------------------------------------------------
 

@@ -35,6 +35,11 @@ public:
         std::lock_guard<std::mutex> lock(m_mutex);
         std::string text = errorInfo.errorText();
         if (!errorInfo.hint().empty()) text += " (" + errorInfo.hint() + ")";
+        // Annotations say which plug-in failed to load and why.
+        std::string annotations;
+        for (const auto& item : errorInfo.customInfo().values())
+            annotations += (annotations.empty() ? "" : ", ") + item.first + "=" + item.second;
+        if (!annotations.empty()) text += " {" + annotations + "}";
         m_records.push_back("[" + moduleInfo.name() + "] " + text);
     }
     std::vector<std::string> records() const {
