@@ -277,6 +277,12 @@ file(WRITE ${WORK_DIR}/crlf.log "000000aa: 2026-01-02T10:00:00.000 Error: one [a
 run(log view crlf.log --priority e)
 expect(view-crlf 0 "000000aa: 2026-01-02T10:00:00.000 Error: one [app] {}\nmore\n" "")
 
+# A very long line is read like any other.
+string(REPEAT "x" 200000 longText)
+file(WRITE ${WORK_DIR}/long.log "000000aa: 2026-01-02T10:00:00.000 Error: ${longText} [app] {}\n000000aa: 2026-01-02T10:00:01.000 Info: short [app] {}\n")
+run(log view long.log --priority i)
+expect(view-long-line 0 "000000aa: 2026-01-02T10:00:01.000 Info: short [app] {}\n" "")
+
 # The histogram keeps the ten busiest minutes, the busiest first, ties in time order.
 set(busy "")
 foreach(minute RANGE 10 21)

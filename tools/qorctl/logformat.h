@@ -1,9 +1,12 @@
 // Reading log lines back: a line format of the file logging handler turned into a pattern that
-// finds the thread, time stamp, priority, logger and message of each line.
+// finds the thread, time stamp, priority, logger and message of each line. The pattern is matched
+// by hand, not by std::regex, whose backtracking recurses once per character and overflows the
+// stack on long lines.
 #pragma once
 
-#include <regex>
+#include <cstddef>
 #include <string>
+#include <vector>
 
 namespace Qorctl {
 
@@ -29,9 +32,9 @@ public:
     /// Fills `line` from `text` (without its line end).
     void parse(const std::string& text, LogLine& line) const;
 
-    bool hasThread() const { return m_thread > 0; }
+    bool hasThread() const { return m_thread >= 0; }
     bool hasIsoTimestamp() const { return m_isoTimestamp; }
-    bool hasLogger() const { return m_logger > 0; }
+    bool hasLogger() const { return m_logger >= 0; }
 
     /// The priority that a rendered message shows by its prefix ("Warning: ", "Function
     /// start: ", "ErrorCode=" ...); 0 when it shows none.
@@ -43,15 +46,31 @@ public:
     static int priorityOfLog4jName(const std::string& name);
 
 private:
-    std::regex m_pattern;
-    int m_thread = 0;
-    int m_timestamp = 0;
+    /// One piece of a line: a literal text or a field of some kind of characters.
+    struct Segment {
+        enum Kind { Literal, Hex, Digits, Blanks, Letters, Capitals, Iso, IsoWithDiff, Any };
+        Kind kind;
+        std::string text;
+    };
+    struct Span {
+        std::size_t begin = 0;
+        std::size_t end = 0;
+    };
+
+    bool match(const std::string& text, std::size_t segment, std::size_t pos,
+               std::vector<Span>& spans) const;
+    std::string field(const std::string& text, const std::vector<Span>& spans, int index) const;
+
+    std::vector<Segment> m_segments;
+    // Segment indexes of the fields that the tool reads; -1 when the format has none.
+    int m_thread = -1;
+    int m_timestamp = -1;
     bool m_isoTimestamp = false;
-    int m_logger = 0;
-    int m_message = 0;
-    int m_priorityNumber = 0;
-    int m_priorityName = 0;
-    int m_priorityLog4j = 0;
+    int m_logger = -1;
+    int m_message = -1;
+    int m_priorityNumber = -1;
+    int m_priorityName = -1;
+    int m_priorityLog4j = -1;
 };
 
 } // namespace Qorctl
