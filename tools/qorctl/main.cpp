@@ -56,7 +56,13 @@ int dispatch(const std::vector<std::string>& all) {
     if (rest.empty()) throw UsageError("", "missing command");
     const std::string command = rest[0];
     if (command == "--help" || command == "help") {
-        std::cout << helpText(rest.size() > 1 ? rest[1] : "");
+        // "qorctl help log view" is "qorctl log view --help".
+        std::string topic;
+        for (std::size_t i = 1; i < rest.size(); ++i)
+            topic += (topic.empty() ? "" : " ") + rest[i];
+        const std::string text = helpText(topic);
+        if (text.empty()) throw UsageError("", "no help on '" + topic + "'");
+        std::cout << text;
         return ExitOk;
     }
     context.args.assign(rest.begin() + 1, rest.end());
