@@ -89,10 +89,10 @@ LogFormat::LogFormat(const std::string& format) {
         if (!m_segments.empty() && m_segments.back().kind == Segment::Literal)
             m_segments.back().text += piece;
         else
-            m_segments.push_back(Segment{Segment::Literal, piece});
+            m_segments.push_back(Segment{Segment::Literal, piece, false});
     };
     auto field = [this](Segment::Kind kind) {
-        m_segments.push_back(Segment{kind, std::string()});
+        m_segments.push_back(Segment{kind, std::string(), false});
         return static_cast<int>(m_segments.size() - 1);
     };
     std::size_t pos = 0;
@@ -135,7 +135,10 @@ LogFormat::LogFormat(const std::string& format) {
         } else {
             const int index = field(Segment::Any);
             if (name == "logger_name") m_logger = index;
-            if (name == "message") m_message = index;
+            if (name == "message" || name == "text") {
+                if (name == "message") m_message = index;
+                m_segments.back().greedy = true;
+            }
         }
         pos = end + 1;
     }
@@ -143,8 +146,9 @@ LogFormat::LogFormat(const std::string& format) {
 
 bool LogFormat::match(const std::string& text, std::size_t segment, std::size_t pos,
                       std::vector<Span>& spans) const {
-    // Fields of a kind of characters take all of them; only the free fields try several ends,
-    // the shortest first, so the recursion is as deep as the format has pieces.
+    // Fields of a kind of characters take all of them; only the free fields try several ends
+    // (the shortest first, the message the longest first), so the recursion is as deep as the
+    // format has pieces.
     while (segment < m_segments.size()) {
         const Segment& piece = m_segments[segment];
         std::size_t end = pos;
@@ -182,6 +186,10 @@ bool LogFormat::match(const std::string& text, std::size_t segment, std::size_t 
             end = pos + length;
             spans[segment] = Span{pos, end};
             if (piece.kind == Segment::IsoWithDiff) {
+                // " Diff: " and the seconds since the previous entry ("0.125", "inf").
+                static const std::string label = " Diff: ";
+                if (text.compare(end, label.size(), label) != 0) return false;
+                end += label.size();
                 while (end < text.size() && text[end] != ' ')
                     ++end;
             }
@@ -205,6 +213,15 @@ bool LogFormat::match(const std::string& text, std::size_t segment, std::size_t 
                     spans[segment] = Span{pos, at};
                     return true;
                 }
+                if (piece.greedy) {
+                    for (std::size_t at = text.rfind(next.text);
+                         at != std::string::npos && at >= pos;
+                         at = at == 0 ? std::string::npos : text.rfind(next.text, at - 1)) {
+                        spans[segment] = Span{pos, at};
+                        if (match(text, segment + 1, at, spans)) return true;
+                    }
+                    return false;
+                }
                 for (std::size_t at = text.find(next.text, pos); at != std::string::npos;
                      at = text.find(next.text, at + 1)) {
                     spans[segment] = Span{pos, at};
@@ -212,7 +229,8 @@ bool LogFormat::match(const std::string& text, std::size_t segment, std::size_t 
                 }
                 return false;
             }
-            for (std::size_t at = pos; at <= text.size(); ++at) {
+            for (std::size_t i = pos; i <= text.size(); ++i) {
+                const std::size_t at = piece.greedy ? text.size() - (i - pos) : i;
                 spans[segment] = Span{pos, at};
                 if (match(text, segment + 1, at, spans)) return true;
             }

@@ -51,6 +51,9 @@ private:
         enum Kind { Literal, Hex, Digits, Blanks, Letters, Capitals, Iso, IsoWithDiff, Any };
         Kind kind;
         std::string text;
+        /// A free field that takes as much as it can: the message, whose text may hold anything
+        /// that the rest of the format holds.
+        bool greedy = false;
     };
     struct Span {
         std::size_t begin = 0;
