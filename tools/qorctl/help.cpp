@@ -50,12 +50,12 @@ the library's own command-line handler (GLOBAL/BASE_CONFIG_HANDLER, or the chain
 "cla"); without one, they are the base of the chain over the built-in values.
 )"},
         {"config", R"(usage: qorctl config check|get|dump|set|defs ...
-  config check FILE...      report the errors of configuration files
-  config get PATH           the value of an entry as the configuration chain resolves it
-  config dump [--json]      every known entry, the source that answers it and what it hides
-  config set PATH VALUE...  write an entry into the configuration file
-  config defs [--json] [--framework]
-                            the configuration entries that the library describes
+  config check FILE...                 report the errors of configuration files
+  config get [--framework] PATH        the value of an entry as the chain resolves it
+  config dump [--json] [--framework]   every known entry, its source and what it hides
+  config set PATH VALUE...             write an entry into the configuration file
+  config defs [--json] [--framework]   the configuration entries the library describes
+With --framework the library is started as a host and the chain it builds is used.
 )"},
         {"config check", R"(usage: qorctl config check FILE...
 Reads each configuration file and prints every problem with its line number.
