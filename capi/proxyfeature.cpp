@@ -66,16 +66,13 @@ bool ProxyFeature::canCreateObjects() const {
 GC<ConfigHandler> ProxyFeature::createConfigHandler(const GC<ConfigHandler>& chain) {
     if (!priv->cbs.createObject || std::strcmp(type(), kConfigHandlerType) != 0)
         return GC<ConfigHandler>();
-    // The callback gets a handle of its own on the chain, released here whatever it does.
-    const orv_ConfigHandler_ptr chainHandle = wrapConfigHandler(chain);
-    orv_ConfigHandler_ptr made;
-    try {
-        made = priv->cbs.createObject(priv->userData, chainHandle);
-    } catch (...) {
-        CApi::releaseGC<ConfigHandler>(chainHandle);
-        throw;
-    }
-    CApi::releaseGC<ConfigHandler>(chainHandle);
+    // The callback gets a handle of its own on the chain (a null handle for no chain), released
+    // here whatever it does.
+    struct ChainHandle {
+        orv_ConfigHandler_ptr handle;
+        ~ChainHandle() { CApi::releaseGC<ConfigHandler>(handle); }
+    } chainHandle{chain ? wrapConfigHandler(chain) : CApi::nullHandle<orv_ConfigHandler_ptr>()};
+    const orv_ConfigHandler_ptr made = priv->cbs.createObject(priv->userData, chainHandle.handle);
     const GC<ConfigHandler> handler = unwrapConfigHandler(made);
     CApi::releaseGC<ConfigHandler>(made);
     return handler;

@@ -2,6 +2,7 @@
 #include "qorcommon/c/framework.h"
 
 #include "cboundary.h"
+#include "cframework.h"
 #include "chandles.h"
 #include "ctext.h"
 #include "qorcommon/cwrapper.h"
@@ -67,7 +68,10 @@ QORCOMMON_API qor_Instance_ptr qor_Init2(const char* configFile,
 }
 
 QORCOMMON_API void qor_Deinit(void) noexcept {
-    QOR_C_GUARDED_VOID([&] { QOR::deinit(); });
+    QOR_C_GUARDED_VOID([&] {
+        CApi::releaseThreadFeatureList();
+        QOR::deinit();
+    });
 }
 
 QORCOMMON_API const char* qor_GetVersion(int* version) noexcept {

@@ -5,6 +5,7 @@
 
 #include "cboundary.h"
 #include "cerrorlisteners.h"
+#include "cframework.h"
 #include "chandles.h"
 #include "confighandles.h"
 #include "ctext.h"
@@ -38,6 +39,13 @@ FeatureBuffers& featureBuffers() {
 }
 
 } // namespace
+
+void CApi::releaseThreadFeatureList() {
+    FeatureBuffers& buffers = featureBuffers();
+    buffers.handles.clear();
+    buffers.features.clear();
+}
+
 } // namespace Core
 } // namespace Orvane
 

@@ -3,7 +3,9 @@
 #include "qorcommon/datetime.h"
 #include "qorcommon/envconfighandler.h"
 #include "qorcommon/errorinfo.h"
+#include "qorcommon/errorinfocollector.h"
 #include "qorcommon/exception.h"
+#include "qorcommon/framework.h"
 #include "qorcommon/gc.h"
 #include "qorcommon/hash.h"
 #include "qorcommon/logging.h"
@@ -151,6 +153,38 @@ void macros() {
     std::printf("  %s, error: %s\n", text.c_str(), errors.join("; ").c_str());
 }
 
+void framework() {
+    std::printf("Framework (start-up, a module, the error collector, shut-down)\n");
+    // The configuration in memory: the logging handler that discards everything.
+    GC<ConfigHandler> base(new MemoryConfigHandler());
+    base->setEntryAsString("GLOBAL/LOGGING_HANDLER", "void", true);
+    QOR::Instance* host = QOR::init(base, ModuleInfo("tour", "exe", Version(1, 0)), {});
+
+    class Printer : public ErrorInfoCollectorListener {
+    public:
+        void errorInfoAdded(const ErrorInfo& error, const ModuleInfo& module,
+                            const CodeLocation&) override {
+            std::printf("  collector heard: %s from %s\n", error.errorText().c_str(),
+                        module.asString().c_str());
+        }
+    } printer;
+    GC<ErrorInfoCollector> collector = host->globals()->getErrorInfoCollector();
+    collector->registerListener(&printer);
+
+    QOR::Instance* module = QOR::registerModule(ModuleInfo("tour_module", "dll", Version(2, 1)));
+    collector->add(ErrorInfo("disk almost full"), module->moduleInfo(), QOR_CODE_LOCATION);
+    std::printf("  logging handlers on offer:");
+    for (const GC<QOR::Feature>& feature : host->globals()->getFeatures("logging_handler"))
+        std::printf(" %s", feature->name());
+    std::printf("\n  the logging handler in use: %s\n",
+                host->globals()->getLoggingHandler()->typeName());
+
+    collector->unregisterListener(&printer);
+    collector = GC<ErrorInfoCollector>();
+    std::fflush(stdout);
+    QOR::deinit(); // writes its stages to standard error
+}
+
 } // namespace
 
 int main() {
@@ -162,5 +196,6 @@ int main() {
     errorRecords();
     logging();
     macros();
+    framework();
     return 0;
 }

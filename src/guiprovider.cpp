@@ -86,6 +86,9 @@ GuiProvider::Answer TextGuiProvider::logon(const GuiRequest& request, GuiRequest
         writeText(m_out, "Log-on cancelled: standard input is not a terminal\n");
         return Cancelled;
     }
+    // One form at a time owns the terminal, so that the prompts of two forms do not mix.
+    static Mutex* const terminal = new Mutex;
+    MutexLocker lock(*terminal);
     const Result written = writeText(m_out, formatRequest(request));
     if (!written) {
         failure = written.errorInfo();
@@ -99,8 +102,11 @@ GuiProvider::Answer TextGuiProvider::logon(const GuiRequest& request, GuiRequest
         prompt += ": ";
         writeText(m_out, prompt);
         std::string line;
-        if (!Platform::readStandardInputLine(line, !secret)) {
-            writeText(m_out, "\nLog-on cancelled\n");
+        const bool read = Platform::readStandardInputLine(line, !secret);
+        // The terminal did not echo the line end of a hidden answer.
+        if (secret) writeText(m_out, "\n");
+        if (!read) {
+            writeText(m_out, secret ? "Log-on cancelled\n" : "\nLog-on cancelled\n");
             return Cancelled;
         }
         if (!line.empty()) given.setField(field.first, line);

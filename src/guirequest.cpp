@@ -87,7 +87,9 @@ GuiRequest GuiRequest::showError(const ErrorInfo& errorInfo) {
                      module.version().isNull() ? std::string() : module.version().toString());
     request.setField("err_function", errorInfo.codeLocation().function());
     request.setField("err_errorHint", errorInfo.hint());
-    request.setField("err_capsError", errorInfo.asShortString().str());
+    // The complete record, annotations included, as the form's details: nothing of the error
+    // is lost by showing it.
+    request.setField("err_capsError", errorInfo.asLongString().str());
     request.setField("err_sourcePosition",
                      errorInfo.codeLocation().asString(std::string("$(file):$(line)")).str());
     return request;

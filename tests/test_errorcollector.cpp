@@ -74,6 +74,11 @@ TEST_F(Collector, ListenersHearEveryRecordOnceInRegistrationOrder) {
     registerAll({&b, &a, &c});
     ASSERT_TRUE(collector->registerListener(&a).isOk()); // a second registration is ignored
     collector->unregisterListener(&stranger);            // never registered: nothing changes
+    {
+        QorTest::AssertionRecorder assertions;
+        EXPECT_FALSE(collector->registerListener(nullptr).isOk());
+        EXPECT_TRUE(assertions.saw({"listener != nullptr"}));
+    }
 
     EXPECT_TRUE(collector->add(record("one"), kModule, CodeLocation()).isOk());
     EXPECT_EQ(journal, (std::vector<std::string>{"b:one", "a:one", "c:one"}));
@@ -117,12 +122,6 @@ TEST_F(Collector, ListenersGetTheThreeArgumentsAndCannotChangeTheResult) {
     EXPECT_EQ(seen.text, "lost");
     EXPECT_EQ(seen.module, "app (exe) 1.2.3");
     EXPECT_EQ(seen.where, "b.cpp:9");
-}
-
-TEST_F(Collector, NullListenerIsRefused) {
-    QorTest::AssertionRecorder assertions;
-    EXPECT_FALSE(collector->registerListener(nullptr).isOk());
-    EXPECT_TRUE(assertions.saw({"listener != nullptr"}));
 }
 
 TEST_F(Collector, AListenerMayStoreAnotherRecordOnTheSameThread) {
@@ -186,7 +185,6 @@ TEST_F(Collector, StoringThreadsAndRegisteringThreadsShareTheList) {
     storing = false;
     changer.join();
     EXPECT_EQ(steady.calls, kThreads * kRecords);
-    EXPECT_LE(coming.calls, kThreads * kRecords);
 }
 
 TEST(DummyErrorInfoCollectorFeature, MakesACollectorThatKeepsNothingAndSucceeds) {
@@ -248,6 +246,7 @@ TEST(CErrorInfoCollector, CallbackGetsTheThreeRecordsAndTheTagStaysWithTheListen
     orv_ErrorInfoCollector_unregisterListener(handle, lis);
     collector->add(record("unheard"), kModule, CodeLocation());
     EXPECT_EQ(cSeen.calls, 1);
+    orv_ErrorInfoCollectorListener_destruct(lis);
 
     // Freeing a listener that is still registered takes it off the list.
     lis = orv_ErrorInfoCollector_registerListener1(handle, &cCallback, nullptr);

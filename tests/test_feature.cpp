@@ -208,6 +208,12 @@ TEST(ProxyFeature, AnswersThroughTheCopiedTableAndFreesTheUserDataOnce) {
         EXPECT_EQ(side.created, 1);
         EXPECT_EQ(entry(handler, "TEST/VALUE"), "from C");
         EXPECT_EQ(entry(handler, "TEST/OTHER"), "from chain");
+        // Without a chain the C side gets a null handle and its handler ends the chain.
+        handler = maker->createObject(GC<ConfigHandler>());
+        ASSERT_TRUE(handler);
+        EXPECT_EQ(side.created, 2);
+        EXPECT_EQ(entry(handler, "TEST/VALUE"), "from C");
+        EXPECT_FALSE(handler->baseConfigHandler());
         EXPECT_EQ(side.destroyed, 0);
     }
     EXPECT_EQ(side.destroyed, 1);

@@ -9,16 +9,26 @@
 #include "qorcommon/guiprovider.h"
 #include "qorcommon/libraryloader.h"
 #include "qorcommon/libraryservices.h"
+#include "qorcommon/logging.h"
 
 #include "platform/platform.h"
 #include "testsupport.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdio>
 #include <fstream>
+#include <memory>
 #include <string>
+#include <thread>
 #include <vector>
+
+#ifndef _WIN32
+#include <fcntl.h>
+#include <stdlib.h>
+#include <unistd.h>
+#endif
 
 using namespace Orvane::Core;
 
@@ -36,8 +46,8 @@ std::string guiPluginPath() {
 ErrorInfo sampleError() {
     return ErrorInfo(ModuleInfo("Inventory", "exe", Version(2, 5, 1)),
                      CodeLocation("src/stock.cpp", 42, "Stock::book", CodeLocation::Plain), 17,
-                     "stock is negative", "count the shelf\nthen book again", CustomInfo(),
-                     DateTime(2024, 1, 31, 23, 59, 59));
+                     "stock is negative", "count the shelf\nthen book again",
+                     CustomInfo("order", "4711"), DateTime(2024, 1, 31, 23, 59, 59));
 }
 
 std::vector<std::string> fieldNames(const GuiRequest& request) {
@@ -47,6 +57,19 @@ std::vector<std::string> fieldNames(const GuiRequest& request) {
     return names;
 }
 
+// Keeps the messages that reach it as "<priority> <text>".
+class MessageLog : public Logger {
+public:
+    MessageLog() : Logger(GC<LoggerHelper>(), "gui", ModuleInfo()) {}
+    std::vector<std::string> messages;
+
+protected:
+    void storeEntry(Priority prio, const LogEntry& entry, const StringList&, const DateTime&,
+                    double) override {
+        messages.push_back(std::string(priorityName(prio)) + " " + entry.text());
+    }
+};
+
 // Holds the test plug-in loaded for the whole test, so the tests can reach its recording
 // functions, and restores the user-interaction state afterwards.
 class GuiPluginTest : public testing::Test {
@@ -55,8 +78,10 @@ protected:
         ASSERT_TRUE(m_plugin.load(guiPluginPath())) << m_plugin.errorText();
         m_plugin.function<void (*)(const char*)>("qortest_gui_setRecord")(m_record.c_str());
         m_plugin.function<void (*)(int)>("qortest_gui_claimRevision")(GUI_PLUGIN_API_REVISION);
+        setGuiLogger(m_log);
     }
     void TearDown() override {
+        setGuiLogger(GC<Logger>());
         deinitGuiProvider();
         unloadGuiPlugin();
         m_plugin.function<void (*)(const char*)>("qortest_gui_setRecord")("");
@@ -74,6 +99,8 @@ protected:
     QorTest::ScratchDir m_scratch{"gui"};
     std::string m_record = m_scratch.file("record.txt");
     LibraryLoader m_plugin;
+    MessageLog* m_messages = new MessageLog;
+    GC<Logger> m_log{m_messages};
 };
 
 } // namespace
@@ -95,7 +122,9 @@ TEST(GuiRequest, ErrorFormHasItsFieldsInOrder) {
     EXPECT_EQ(request.field("err_moduleVer"), "2.5.1");
     EXPECT_EQ(request.field("err_function"), "Stock::book");
     EXPECT_EQ(request.field("err_errorHint"), "count the shelf\nthen book again");
-    EXPECT_EQ(request.field("err_capsError"), "[Inventory (exe) 2.5.1] stock is negative (17) ");
+    // The details keep what no other field has room for: the annotations.
+    EXPECT_EQ(request.field("err_capsError"), error.asLongString().str());
+    EXPECT_NE(request.field("err_capsError").find("order: 4711"), std::string::npos);
     EXPECT_EQ(request.field("err_sourcePosition"), "src/stock.cpp:42");
     EXPECT_EQ(request.x(), GuiRequest::NoPosition);
 
@@ -179,6 +208,80 @@ TEST(TextGuiProvider, LogonIsCancelledWithoutATerminal) {
     std::fclose(out);
 }
 
+#ifndef _WIN32
+namespace {
+
+// A pseudo-terminal in place of standard input while it lives; what is written to it arrives as
+// typed.
+class TerminalInput {
+public:
+    TerminalInput() {
+        m_master = posix_openpt(O_RDWR | O_NOCTTY);
+        if (m_master < 0 || grantpt(m_master) != 0 || unlockpt(m_master) != 0) return;
+        const int slave = open(ptsname(m_master), O_RDWR | O_NOCTTY);
+        if (slave < 0) return;
+        m_savedInput = dup(STDIN_FILENO);
+        dup2(slave, STDIN_FILENO);
+        close(slave);
+        std::clearerr(stdin);
+    }
+    ~TerminalInput() {
+        if (m_savedInput >= 0) {
+            dup2(m_savedInput, STDIN_FILENO);
+            close(m_savedInput);
+            std::clearerr(stdin);
+        }
+        if (m_master >= 0) close(m_master);
+    }
+    TerminalInput(const TerminalInput&) = delete;
+    TerminalInput& operator=(const TerminalInput&) = delete;
+
+    bool ok() const { return m_savedInput >= 0; }
+    bool type(const std::string& text) {
+        return write(m_master, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+    }
+
+private:
+    int m_master = -1;
+    int m_savedInput = -1;
+};
+
+} // namespace
+
+TEST(TextGuiProvider, LogonAsksEachAnswerAtATerminal) {
+    std::FILE* out = std::tmpfile();
+    ASSERT_NE(out, nullptr);
+    TextGuiProvider provider(out);
+    const GuiRequest request = GuiRequest::logon("Inventory");
+    GuiRequest answer = GuiRequest::logonAnswer("alice");
+    GuiRequest cancelled = GuiRequest::logonAnswer("alice");
+    ErrorInfo failure;
+    {
+        TerminalInput terminal;
+        if (!terminal.ok()) GTEST_SKIP() << "no pseudo-terminal";
+        ASSERT_TRUE(Platform::isStandardInputTerminal());
+        // An empty line keeps the pre-filled user; the password is read without echo.
+        ASSERT_TRUE(terminal.type("\npw\n"));
+        EXPECT_EQ(provider.logon(request, answer, failure), GuiProvider::Accepted);
+        // End of input (Ctrl-D at the start of a line) cancels and keeps the given values.
+        ASSERT_TRUE(terminal.type("bob\n\x04"));
+        EXPECT_EQ(provider.logon(request, cancelled, failure), GuiProvider::Cancelled);
+    }
+    EXPECT_EQ(answer.field("logon_user"), "alice");
+    EXPECT_EQ(answer.field("*logon_password"), "pw");
+    EXPECT_EQ(cancelled.field("logon_user"), "alice");
+
+    std::string written;
+    std::rewind(out);
+    for (int c; (c = std::fgetc(out)) != EOF;)
+        written += static_cast<char>(c);
+    std::fclose(out);
+    const std::string form = TextGuiProvider::formatRequest(request);
+    EXPECT_EQ(written, form + "logon_user [alice]: logon_password: \n" + form +
+                           "logon_user [alice]: logon_password: \nLog-on cancelled\n");
+}
+#endif
+
 TEST_F(GuiPluginTest, ShownErrorsReachThePluginAndDeinitRestoresTheHandler) {
     int marker = 0;
     const Result::ShowErrorHandler before =
@@ -186,13 +289,11 @@ TEST_F(GuiPluginTest, ShownErrorsReachThePluginAndDeinitRestoresTheHandler) {
                                        void* context) { ++*static_cast<int*>(context); },
                                     &marker);
 
-    testing::internal::CaptureStderr();
     const Result init = initGuiProvider(guiPluginPath());
-    const std::string logged = testing::internal::GetCapturedStderr();
     ASSERT_TRUE(init) << init.errorInfo().hint();
     EXPECT_TRUE(isGuiPluginLoaded());
     // The plug-in's message came back through the callback table.
-    EXPECT_EQ(logged, "GUI plug-in Status: test GUI plug-in ready\n");
+    EXPECT_EQ(m_messages->messages, std::vector<std::string>{"Status test GUI plug-in ready"});
 
     Result(sampleError()).showError(QOR_CODE_LOCATION, 10, 20);
     EXPECT_EQ(marker, 0) << "the previous handler is not called while the provider is installed";
@@ -290,7 +391,13 @@ TEST_F(GuiPluginTest, CFace) {
     EXPECT_EQ(gui_load(m_scratch.file("missing").c_str()), 0);
     EXPECT_NE(std::string(gui_lastError()).find("missing"), std::string::npos);
     EXPECT_EQ(gui_isLoaded(), 0);
+    // Without a logger, a plug-in's messages go to standard error.
+    setGuiLogger(GC<Logger>());
+    testing::internal::CaptureStderr();
     EXPECT_EQ(gui_load(guiPluginPath().c_str()), 1) << gui_lastError();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "GUI plug-in Status: test GUI plug-in ready\n");
+    setGuiLogger(m_log);
     EXPECT_STREQ(gui_lastError(), "");
     EXPECT_EQ(gui_isLoaded(), 1);
 
@@ -326,4 +433,46 @@ TEST_F(GuiPluginTest, CFace) {
     orv_def_gui_showError(&record, 0, 0);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               TextGuiProvider::formatRequest(GuiRequest::showError(sampleError())));
+}
+
+namespace {
+
+class CountingProvider : public GuiProvider {
+public:
+    std::atomic<int> shown{0};
+    Result showError(const GuiRequest&) override {
+        ++shown;
+        return true;
+    }
+    Result showWarning(const GuiRequest&) override { return true; }
+    Answer logon(const GuiRequest&, GuiRequest&, ErrorInfo&) override { return Cancelled; }
+};
+
+} // namespace
+
+TEST(GuiProvider, ReplacingTheProviderWhileFormsAreShownLosesNone) {
+    auto first = std::make_shared<CountingProvider>();
+    auto second = std::make_shared<CountingProvider>();
+    const std::shared_ptr<GuiProvider> before = setGuiProvider(first);
+    constexpr int kThreads = 4;
+    constexpr int kForms = 500;
+    const GuiRequest request("show_error");
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < kForms; ++i)
+                guiShowError(request);
+        });
+    }
+    for (int i = 0; i < 200; ++i) {
+        setGuiProvider(i % 2 ? std::shared_ptr<GuiProvider>(first) : second);
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(first->shown + second->shown, kThreads * kForms);
+
+    // Null restores the default provider.
+    setGuiProvider(nullptr);
+    EXPECT_EQ(guiProvider(), defaultGuiProvider());
+    setGuiProvider(before);
 }

@@ -55,7 +55,9 @@ public:
 
     /// "show_error" with err_datetime, err_stationName, err_errorCode, err_errorText, err_module,
     /// err_moduleVer, err_function, err_errorHint, err_capsError and err_sourcePosition, in this
-    /// order (the last is the record's location in the form "$(file):$(line)").
+    /// order. err_capsError is the complete record (ErrorInfo::asLongString, annotations
+    /// included) for a details section; err_sourcePosition is the record's location in the form
+    /// "$(file):$(line)".
     static GuiRequest showError(const ErrorInfo& errorInfo);
     /// "show_warning" with warn_station, warn_errorText, warn_module, warn_moduleVer and
     /// #warn_auto_close_delay (seconds; 0 keeps the form open until the user closes it).

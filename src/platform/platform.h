@@ -349,8 +349,8 @@ std::string fileVersion(const std::string& path);
 /// Whether standard input is an interactive terminal (isatty / a console handle).
 bool isStandardInputTerminal();
 /// Reads one line of standard input without its line end (UTF-8); false at end of input with
-/// nothing read. Without `echo` a terminal does not show what is typed (for passwords); a line
-/// end is then written to standard error in its place.
+/// nothing read. Without `echo` a terminal does not show what is typed (for passwords), nor the
+/// line end: the caller writes one.
 bool readStandardInputLine(std::string& line, bool echo);
 
 // ---- name resolution (network.cpp) -------------------------------------------------------------

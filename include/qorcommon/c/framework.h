@@ -44,7 +44,8 @@ typedef struct {
 } orv_ErrorInfoCollectorListener_ptr;
 
 /* The features of one type: `count` handles, valid until the calling thread calls
- * qor_GetFeatures1 again; the handles are the library's and are not detached by the caller. */
+ * qor_GetFeatures1 or qor_Deinit; the handles are the library's and are not freed by the
+ * caller. */
 typedef struct {
     int count;
     const qor_Feature_ptr* features;

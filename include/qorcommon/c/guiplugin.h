@@ -4,8 +4,8 @@
  *
  * A form is a request name ("show_error", "show_warning", "logon") and `count` fields given as two
  * arrays of NUL-terminated UTF-8 texts, names[i] and values[i], in the order the form lists them.
- * A name starting with '#' holds a whole number, one starting with '*' a secret. The texts are
- * valid during the call only.
+ * A name starting with '#' holds a whole number, one starting with '*' a secret. The texts, and
+ * the setAnswer function with its answer pointer, are valid during the call only.
  *
  * Entry points (exported under exactly these names):
  *

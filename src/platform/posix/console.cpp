@@ -15,12 +15,13 @@ bool isStandardInputTerminal() {
 }
 
 bool readStandardInputLine(std::string& line, bool echo) {
+    // Echo is switched with TCSANOW: what the user typed ahead is kept for the next question.
     termios saved{};
     const bool quiet = !echo && isatty(STDIN_FILENO) == 1 && tcgetattr(STDIN_FILENO, &saved) == 0;
     if (quiet) {
         termios silent = saved;
         silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-        tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
+        tcsetattr(STDIN_FILENO, TCSANOW, &silent);
     }
     line.clear();
     bool readAny = false;
@@ -31,8 +32,7 @@ bool readStandardInputLine(std::string& line, bool echo) {
         line += static_cast<char>(character);
     }
     if (quiet) {
-        tcsetattr(STDIN_FILENO, TCSAFLUSH, &saved);
-        std::fputc('\n', stderr);
+        tcsetattr(STDIN_FILENO, TCSANOW, &saved);
     }
     if (!line.empty() && line.back() == '\r') line.pop_back();
     return readAny;

@@ -49,10 +49,7 @@ bool readStandardInputLine(std::string& line, bool echo) {
         if (character == L'\n') break;
         if (character != L'\r') wide += character;
     }
-    if (!echo) {
-        SetConsoleMode(input, saved);
-        std::fputc('\n', stderr);
-    }
+    if (!echo) SetConsoleMode(input, saved);
     line = Win32::toUtf8(wide);
     return readAny;
 }
