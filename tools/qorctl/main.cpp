@@ -2,6 +2,7 @@
 #include "commands.h"
 #include "configchain.h"
 
+#include "qorcommon/c/framework.h"
 #include "qorcommon/qorcommonversion.h"
 
 #include <exception>
@@ -86,6 +87,11 @@ int dispatch(const std::vector<std::string>& all) {
 } // namespace
 
 int main(int argc, char** argv) {
+    // Every command ends with the library shut down, started or not: its per-thread values and
+    // their collector thread go before the process's static objects do.
+    struct LibraryShutdown {
+        ~LibraryShutdown() { qor_Deinit(); }
+    } shutdown;
     try {
         Style::init();
         std::vector<std::string> args(argv + 1, argv + argc);
