@@ -25,6 +25,14 @@ std::string& hostVersion() {
 
 } // namespace
 
+bool ApplicationInfo::isTerminal(StandardStream stream) {
+    return Platform::isTerminal(stream);
+}
+
+bool ApplicationInfo::enableColourSequences(StandardStream stream) {
+    return Platform::enableColourSequences(stream);
+}
+
 std::string ApplicationInfo::executablePath() {
     return Platform::executablePath();
 }

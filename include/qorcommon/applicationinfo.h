@@ -32,6 +32,15 @@ public:
     /// The name of the user the process runs as.
     static std::string userName();
     static std::string computerName();
+
+    /// The standard streams a tool writes to.
+    enum StandardStream : int { StandardOutput = 1, StandardError = 2 };
+    /// Whether the stream is an interactive terminal (not a file or a pipe), for tools that
+    /// colour their output only there.
+    static bool isTerminal(StandardStream stream);
+    /// Lets the terminal on the stream interpret ANSI colour sequences (a Windows console needs
+    /// them switched on); false when the stream is no terminal or its terminal cannot.
+    static bool enableColourSequences(StandardStream stream);
 };
 
 } // namespace Core

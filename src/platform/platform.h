@@ -307,6 +307,12 @@ bool utf16ToLocale(const std::u16string& text, std::string& out);
 
 // ---- platform utilities: folders, processes, shared memory, version resources ----------------
 
+/// Whether the process's standard output (1) or standard error (2) is an interactive terminal.
+bool isTerminal(int stream);
+/// Lets the terminal on that stream interpret ANSI colour sequences (Win32 consoles switch them
+/// on per console); false when the stream is no terminal or the terminal cannot.
+bool enableColourSequences(int stream);
+
 /// Removes an empty folder.
 bool removeDirectory(const std::string& path, std::string& error);
 /// Starts `program` with `arguments` (the program name not among them), waits for it to end and

@@ -18,6 +18,14 @@ namespace Orvane {
 namespace Core {
 namespace Platform {
 
+bool isTerminal(int stream) {
+    return isatty(stream == 2 ? STDERR_FILENO : STDOUT_FILENO) == 1;
+}
+
+bool enableColourSequences(int stream) {
+    return isTerminal(stream);
+}
+
 bool removeDirectory(const std::string& path, std::string& error) {
     if (rmdir(path.c_str()) == 0) return true;
     error = Posix::errorText(errno);

@@ -8,6 +8,22 @@ namespace Orvane {
 namespace Core {
 namespace Platform {
 
+bool isTerminal(int stream) {
+    // A console handle answers GetConsoleMode; files and pipes do not.
+    const HANDLE handle = GetStdHandle(stream == 2 ? STD_ERROR_HANDLE : STD_OUTPUT_HANDLE);
+    DWORD mode = 0;
+    return handle != nullptr && handle != INVALID_HANDLE_VALUE && GetConsoleMode(handle, &mode);
+}
+
+bool enableColourSequences(int stream) {
+    const HANDLE handle = GetStdHandle(stream == 2 ? STD_ERROR_HANDLE : STD_OUTPUT_HANDLE);
+    DWORD mode = 0;
+    if (handle == nullptr || handle == INVALID_HANDLE_VALUE || !GetConsoleMode(handle, &mode))
+        return false;
+    return (mode & ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0 ||
+           SetConsoleMode(handle, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+}
+
 bool removeDirectory(const std::string& path, std::string& error) {
     if (RemoveDirectoryW(Win32::toWidePath(path).c_str())) return true;
     error = Win32::errorText(GetLastError());
