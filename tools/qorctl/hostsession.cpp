@@ -7,6 +7,8 @@
 #include "qorcommon/framework.h"
 #include "qorcommon/memoryconfighandler.h"
 
+#include <iostream>
+
 namespace Qorctl {
 
 using namespace Orvane::Core;
@@ -33,6 +35,8 @@ HostSession::HostSession(const Context& context) {
 }
 
 HostSession::~HostSession() {
+    // Shut-down reports its stages on standard error: what was printed comes first.
+    std::cout.flush();
     qor_Deinit();
 }
 
