@@ -13,13 +13,31 @@
 #include <algorithm>
 #include <iostream>
 #include <map>
-#include <regex>
 
 namespace Qorctl {
 
 using namespace Orvane::Core;
 
 namespace {
+
+/// True for "YYYY-MM-DD", optionally followed by "T" or " " and "hh", ":mm", ":ss" and ".f" to
+/// ".fff", each part only after the one before it.
+bool isTimePrefix(const std::string& text) {
+    static const char* const shape = "dddd-dd-dd_dd:dd:dd.ddd";
+    static const std::size_t ends[] = {10, 13, 16, 19, 21, 22, 23};
+    std::size_t i = 0;
+    for (; i < text.size() && shape[i]; ++i) {
+        const char c = text[i], want = shape[i];
+        const bool ok = want == 'd'   ? (c >= '0' && c <= '9')
+                        : want == '_' ? (c == 'T' || c == ' ')
+                                      : c == want;
+        if (!ok) return false;
+    }
+    if (i != text.size()) return false;
+    for (std::size_t end : ends)
+        if (i == end) return true;
+    return false;
+}
 
 GC<OrvaneLoggingSettings> configuredSettings(const ConfigChain& chain) {
     GC<OrvaneLoggingSettings> settings(new OrvaneLoggingSettings());
@@ -113,9 +131,7 @@ public:
         }
         if (args.has("since")) {
             m_since = args.value("since");
-            static const std::regex time(
-                R"(\d{4}-\d{2}-\d{2}([T ]\d{2}(:\d{2}(:\d{2}(\.\d{1,3})?)?)?)?)");
-            if (!std::regex_match(m_since, time))
+            if (!isTimePrefix(m_since))
                 throw UsageError("log view",
                                  "--since needs a time like 2026-01-31T12:30:00, not '" + m_since +
                                      "'");
