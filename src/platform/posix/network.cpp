@@ -1,4 +1,5 @@
 // Name resolution through the system resolver on POSIX.
+#include "platform/addresschoice.h"
 #include "platform/platform.h"
 #include "platform/posix/posixsupport.h"
 
@@ -21,14 +22,7 @@ bool resolveHost(const std::string& name, std::string& address, std::string& err
         error = status == EAI_SYSTEM ? Posix::errorText(errno) : std::string(gai_strerror(status));
         return false;
     }
-    const addrinfo* chosen = nullptr;
-    for (const addrinfo* entry = list; entry; entry = entry->ai_next) {
-        if (entry->ai_family == AF_INET) {
-            chosen = entry;
-            break;
-        }
-        if (!chosen && entry->ai_family == AF_INET6) chosen = entry;
-    }
+    const addrinfo* chosen = preferredAddress<addrinfo>(list, AF_INET, AF_INET6);
     bool found = false;
     if (!chosen) {
         error = "no IPv4 or IPv6 address";

@@ -8,6 +8,7 @@
 #include <winsock2.h>
 #include <ws2tcpip.h>
 
+#include "platform/addresschoice.h"
 #include "platform/platform.h"
 #include "platform/win32/win32support.h"
 
@@ -44,14 +45,7 @@ bool resolveHost(const std::string& name, std::string& address, std::string& err
         error = Win32::errorText(static_cast<DWORD>(status));
         return false;
     }
-    const ADDRINFOW* chosen = nullptr;
-    for (const ADDRINFOW* entry = list; entry; entry = entry->ai_next) {
-        if (entry->ai_family == AF_INET) {
-            chosen = entry;
-            break;
-        }
-        if (!chosen && entry->ai_family == AF_INET6) chosen = entry;
-    }
+    const ADDRINFOW* chosen = preferredAddress<ADDRINFOW>(list, AF_INET, AF_INET6);
     bool found = false;
     if (!chosen) {
         error = "no IPv4 or IPv6 address";
