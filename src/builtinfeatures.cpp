@@ -12,17 +12,6 @@ namespace Orvane {
 namespace Core {
 namespace QOR {
 
-namespace {
-
-GC<ConfigEntryDefinition> booleanEntry(const char* path, const char* title,
-                                       const char* description) {
-    return GC<ConfigEntryDefinition>(
-        new QOREntry(path, NameInfo(title, description), ConfigEntryDefinition::BooleanValue,
-                     ConfigEntryDefinition::SingleValue, StringList(std::string("false"))));
-}
-
-} // namespace
-
 // ---- configuration handlers -----------------------------------------------------------------
 
 const char* OrvanecfgConfigHandlerFeature::typeName() const {
@@ -34,22 +23,12 @@ const char* OrvanecfgConfigHandlerFeature::name() const {
 }
 
 NameInfo OrvanecfgConfigHandlerFeature::nameInfo() {
-    return NameInfo("Orvane Configuration File",
-                    "Entries of the configuration file (orvane.cfg by default).");
+    return NameInfo("Orvane Configuration File", "ORVANE.CFG based configuration.");
 }
 
 GC<ConfigDefinition> OrvanecfgConfigHandlerFeature::configDefinition() {
     // The handler reads its own switches from the file it serves.
-    GC<QORConfig> definition(new QORConfig(nameInfo()));
-    definition->appendEntry(booleanEntry(OrvanecfgConfigHandler::WritingEnabledPath,
-                                         "Writing Enabled",
-                                         "Changes may be written back to the file."));
-    definition->appendEntry(booleanEntry(OrvanecfgConfigHandler::SettingEnabledPath,
-                                         "Setting Enabled",
-                                         "Changes may be made in memory, not written."));
-    definition->appendEntry(booleanEntry(OrvanecfgConfigHandler::DebugWritingPath, "Debug Writing",
-                                         "Writing the file also prints it to standard output."));
-    return GC<ConfigDefinition>(definition);
+    return makeOrvanecfgConfigDefinition(nameInfo());
 }
 
 GC<ConfigHandler> OrvanecfgConfigHandlerFeature::createObject(const GC<ConfigHandler>& chain) {
@@ -69,8 +48,7 @@ const char* CLAConfigHandlerFeature::name() const {
 }
 
 NameInfo CLAConfigHandlerFeature::nameInfo() {
-    return NameInfo("Command Line Arguments",
-                    "Entries given as -cSECTION/ENTRY=value arguments of the process.");
+    return NameInfo("Command Line Arguments", "Configuration is defined by command line arguments.");
 }
 
 GC<ConfigHandler> CLAConfigHandlerFeature::createObject(const GC<ConfigHandler>& chain) {
@@ -86,18 +64,11 @@ const char* EnvVarConfigHandlerFeature::name() const {
 }
 
 NameInfo EnvVarConfigHandlerFeature::nameInfo() {
-    return NameInfo("Environment Variables",
-                    "Entries read from PREFIX__SECTION__ENTRY environment variables.");
+    return NameInfo("Environment Variables", "Environment variables based configuration handler");
 }
 
 GC<ConfigDefinition> EnvVarConfigHandlerFeature::configDefinition() {
-    GC<QORConfig> definition(new QORConfig(nameInfo()));
-    definition->appendEntry(GC<ConfigEntryDefinition>(
-        new QOREntry(EnvVarConfigHandler::PrefixPath,
-                     NameInfo("Prefix", "Start of the names of the environment variables."),
-                     ConfigEntryDefinition::StringValue, ConfigEntryDefinition::SingleValue,
-                     StringList(std::string(EnvVarConfigHandler::DefaultPrefix)))));
-    return GC<ConfigDefinition>(definition);
+    return makeEnvVarConfigDefinition(nameInfo());
 }
 
 GC<ConfigHandler> EnvVarConfigHandlerFeature::createObject(const GC<ConfigHandler>& chain) {
@@ -117,7 +88,7 @@ const char* OrvaneLoggingHandlerFeature::name() const {
 }
 
 NameInfo OrvaneLoggingHandlerFeature::nameInfo() {
-    return NameInfo("Orvane Logging", "Log lines formatted by macros, written to a log file.");
+    return NameInfo("Orvane Logging", "Old (orvane.log) style logging.");
 }
 
 GC<ConfigDefinition> OrvaneLoggingHandlerFeature::configDefinition() {

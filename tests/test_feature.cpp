@@ -135,7 +135,20 @@ TEST(BuiltinFeatures, ComeInRegistrationOrderWithTheirIdentity) {
         EXPECT_EQ(bool(feature->configDefinition()), it->hasDefinition);
         ++it;
     }
-    EXPECT_EQ(builtin("envvar")->nameInfo().name(), "Environment Variables");
+    EXPECT_EQ(builtin("envvar")->nameInfo(),
+              NameInfo("Environment Variables", "Environment variables based configuration handler"));
+    EXPECT_EQ(builtin("cla")->nameInfo(),
+              NameInfo("Command Line Arguments", "Configuration is defined by command line arguments."));
+    EXPECT_EQ(builtin("orvanecfg")->nameInfo().description(), "ORVANE.CFG based configuration.");
+    EXPECT_EQ(builtin("orvanelog")->nameInfo().description(), "Old (orvane.log) style logging.");
+    // The published definitions are the handlers' own, with their labels as written.
+    GC<ConfigDefinition> file = builtin("orvanecfg")->configDefinition();
+    ASSERT_EQ(file->entryDefinitions().size(), 3u);
+    EXPECT_EQ(file->entryDefinitions().front()->nameInfo(),
+              NameInfo("Enable Writing",
+                       "Enables writing of configuration file and setting of values in cache"));
+    EXPECT_EQ(builtin("envvar")->configDefinition()->entryDefinitions().front()->nameInfo(),
+              NameInfo("Prefix", "Standard prefix for used environment variables"));
     EXPECT_EQ(builtin("envvar")->configDefinition()->entryDefinitions().front()->path(),
               EnvVarConfigHandler::PrefixPath);
 }
