@@ -64,13 +64,13 @@ int main(int argc, char** argv) {
     // in GLOBAL/CONFIG_HANDLER (the greeting plug-in's) is put on top of it at start-up.
     OrvanecfgConfigHandler::setOrvanecfgPath(configFile);
     GC<OrvanecfgConfigHandler> file(new OrvanecfgConfigHandler());
-    if (!file->init()) std::fprintf(stderr, "%s\n", file->getLastErrorInfo().asLongString().c_str());
+    if (!file->init())
+        std::fprintf(stderr, "%s\n", file->getLastErrorInfo().asLongString().c_str());
     GC<EnvVarConfigHandler> environment(new EnvVarConfigHandler(file));
     environment->init(); // takes its variable prefix from the file (default "ORVANE")
     GC<ConfigHandler> base(new CLAConfigHandler(environment));
 
-    QOR::Instance* host =
-        QOR::init(base, ModuleInfo("example_host", "exe", Version(1, 0, 0)), {});
+    QOR::Instance* host = QOR::init(base, ModuleInfo("example_host", "exe", Version(1, 0, 0)), {});
     QOR::Globals* globals = host->globals();
     std::printf("QorCommon %s started for %s\n", QOR::getVersion().toString(3).c_str(),
                 host->moduleInfo().asString().c_str());

@@ -21,7 +21,8 @@ static void onError(const orv_ErrorInfo* error, const orv_ModuleInfo* module,
 
 static int countRounds(qor_Instance_ptr host, long times) {
     orv_Logger_ptr logger = qor_GetLogger(host, "rounds");
-    orv_CodeLocation here = orv_CodeLocation_init3(__FILE__, __LINE__, "countRounds", orv_Language_C);
+    orv_CodeLocation here =
+        orv_CodeLocation_init3(__FILE__, __LINE__, "countRounds", orv_Language_C);
     orv_LoggingFrame_ptr frame = orv_SimpleLogging_beginFrame(logger, here);
     long i;
     for (i = 0; i < times; ++i) {

@@ -48,7 +48,8 @@ const char* CLAConfigHandlerFeature::name() const {
 }
 
 NameInfo CLAConfigHandlerFeature::nameInfo() {
-    return NameInfo("Command Line Arguments", "Configuration is defined by command line arguments.");
+    return NameInfo("Command Line Arguments",
+                    "Configuration is defined by command line arguments.");
 }
 
 GC<ConfigHandler> CLAConfigHandlerFeature::createObject(const GC<ConfigHandler>& chain) {

@@ -153,35 +153,40 @@ struct ServiceMacrosRegistrar {
 
 } // namespace
 
-void setLibraryConfigHandler(const GC<ConfigHandler>& handler) {
+namespace {
+
+// Replaces one service slot; the old service is let go outside the lock, in case that destroys it.
+template <class T> void storeSlot(GC<T> Slots::*slot, const GC<T>& value) {
     Slots& s = slots();
-    // The old chain is let go outside the lock, in case that destroys it.
-    GC<ConfigHandler> previous;
+    GC<T> previous;
     ScopedLock<Platform::Mutex> lock(s.mutex);
-    previous = s.configHandler;
-    s.configHandler = handler;
+    previous = s.*slot;
+    s.*slot = value;
     lock.unlock();
+}
+
+template <class T> GC<T> loadSlot(GC<T> Slots::*slot) {
+    Slots& s = slots();
+    ScopedLock<Platform::Mutex> lock(s.mutex);
+    return s.*slot;
+}
+
+} // namespace
+
+void setLibraryConfigHandler(const GC<ConfigHandler>& handler) {
+    storeSlot(&Slots::configHandler, handler);
 }
 
 GC<ConfigHandler> libraryConfigHandler() {
-    Slots& s = slots();
-    ScopedLock<Platform::Mutex> lock(s.mutex);
-    return s.configHandler;
+    return loadSlot(&Slots::configHandler);
 }
 
 void setLibraryLoggingHandler(const GC<LoggingHandler>& handler) {
-    Slots& s = slots();
-    GC<LoggingHandler> previous;
-    ScopedLock<Platform::Mutex> lock(s.mutex);
-    previous = s.loggingHandler;
-    s.loggingHandler = handler;
-    lock.unlock();
+    storeSlot(&Slots::loggingHandler, handler);
 }
 
 GC<LoggingHandler> libraryLoggingHandler() {
-    Slots& s = slots();
-    ScopedLock<Platform::Mutex> lock(s.mutex);
-    return s.loggingHandler;
+    return loadSlot(&Slots::loggingHandler);
 }
 
 void setLoadedModulesProvider(LoadedModulesProvider provider) {

@@ -855,6 +855,40 @@ const char* OrvaneLoggingSettings::typeName() const {
     return "Orvane::Core::OrvaneLoggingSettings";
 }
 
+namespace {
+
+// One setting that must parse: a value that was found is parsed and applied, or, when it does not
+// parse, leaves the setting as it was and marks the configuration invalid.
+template <class T, class Input, class Parse, class Apply>
+void applyParsed(bool found, const Input& input, Parse parse, Apply apply, bool& valid) {
+    if (!found) return;
+    T parsed{};
+    if (parse(input, parsed))
+        apply(parsed);
+    else
+        valid = false;
+}
+
+bool parseFileSize(const std::string& text, long long& bytes) {
+    const std::string digits = trimmed(text);
+    char* end = nullptr;
+    bytes = std::strtoll(digits.c_str(), &end, 10);
+    return end && *end == '\0' && !digits.empty();
+}
+
+bool parseFlushPolicy(const std::string& text, OrvaneLoggingSettings::FlushPolicy& policy) {
+    const std::string word = lowerCase(trimmed(text));
+    if (word == "line")
+        policy = OrvaneLoggingSettings::FlushEachLine;
+    else if (word == "buffered")
+        policy = OrvaneLoggingSettings::FlushBuffered;
+    else
+        return false;
+    return true;
+}
+
+} // namespace
+
 void OrvaneLoggingSettings::readConfiguration(const GC<ConfigHandler>& config) {
     if (!config) return;
     std::string value;
@@ -862,59 +896,31 @@ void OrvaneLoggingSettings::readConfiguration(const GC<ConfigHandler>& config) {
     bool valid = true;
     if (readFirst(config, "LOG_FILE", "GLOBAL/LOG_FILE", value) && !trimmed(value).empty())
         setLogFile(trimmed(value));
-    if (readList(config, "LOG_DEST", "GLOBAL/LOG_DEST", list)) {
-        unsigned destinations = 0;
-        if (parseDestinations(list, destinations))
-            setDestinations(destinations);
-        else
-            valid = false;
-    }
-    if (readFirst(config, "LOG_LEVEL", "GLOBAL/LOG_LEVEL", value)) {
-        long level = 0;
-        if (parseLevel(value, level))
-            setLevel(level);
-        else
-            valid = false;
-    }
-    if (readFirst(config, "LOG_FILE_SIZE", "GLOBAL/LOG_FILE_SIZE", value)) {
-        const std::string digits = trimmed(value);
-        char* end = nullptr;
-        const long long bytes = std::strtoll(digits.c_str(), &end, 10);
-        if (end && *end == '\0' && !digits.empty())
-            setMaxFileSize(bytes);
-        else
-            valid = false;
-    }
+    applyParsed<unsigned>(
+        readList(config, "LOG_DEST", "GLOBAL/LOG_DEST", list), list, parseDestinations,
+        [this](unsigned v) { setDestinations(v); }, valid);
+    applyParsed<long>(
+        readFirst(config, "LOG_LEVEL", "GLOBAL/LOG_LEVEL", value), value, parseLevel,
+        [this](long v) { setLevel(v); }, valid);
+    applyParsed<long long>(
+        readFirst(config, "LOG_FILE_SIZE", "GLOBAL/LOG_FILE_SIZE", value), value, parseFileSize,
+        [this](long long v) { setMaxFileSize(v); }, valid);
     list = StringList();
-    if (readList(config, "LOG_PRIORITIES", nullptr, list)) {
-        unsigned mask = 0;
-        if (parsePriorities(list, mask))
-            setPriorities(mask);
-        else
-            valid = false;
-    }
+    applyParsed<unsigned>(
+        readList(config, "LOG_PRIORITIES", nullptr, list), list, parsePriorities,
+        [this](unsigned v) { setPriorities(v); }, valid);
     list = StringList();
-    if (readList(config, "LOG_CONTEXTS", nullptr, list)) {
-        unsigned mask = 0;
-        if (parseContexts(list, mask))
-            setContexts(mask);
-        else
-            valid = false;
-    }
+    applyParsed<unsigned>(
+        readList(config, "LOG_CONTEXTS", nullptr, list), list, parseContexts,
+        [this](unsigned v) { setContexts(v); }, valid);
     if (readFirst(config, "LOG_FORMAT", nullptr, value)) setFormat(value);
     if (readFirst(config, "FILE_HEADER", nullptr, value)) setFileHeader(value);
     if (readFirst(config, "FILE_FOOTER", nullptr, value)) setFileFooter(value);
     if (readFirst(config, "LOGGER_NAME", nullptr, value) && !value.empty())
         setLoggerNamePattern(value);
-    if (readFirst(config, "FLUSH", nullptr, value)) {
-        const std::string word = lowerCase(trimmed(value));
-        if (word == "line")
-            setFlushPolicy(FlushEachLine);
-        else if (word == "buffered")
-            setFlushPolicy(FlushBuffered);
-        else
-            valid = false;
-    }
+    applyParsed<FlushPolicy>(
+        readFirst(config, "FLUSH", nullptr, value), value, parseFlushPolicy,
+        [this](FlushPolicy v) { setFlushPolicy(v); }, valid);
     long number = 0;
     if (config->getLongEntry(std::string(Section) + "FLUSH_INTERVAL", number))
         setFlushIntervalMs(number);

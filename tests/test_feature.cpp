@@ -135,10 +135,12 @@ TEST(BuiltinFeatures, ComeInRegistrationOrderWithTheirIdentity) {
         EXPECT_EQ(bool(feature->configDefinition()), it->hasDefinition);
         ++it;
     }
-    EXPECT_EQ(builtin("envvar")->nameInfo(),
-              NameInfo("Environment Variables", "Environment variables based configuration handler"));
-    EXPECT_EQ(builtin("cla")->nameInfo(),
-              NameInfo("Command Line Arguments", "Configuration is defined by command line arguments."));
+    EXPECT_EQ(
+        builtin("envvar")->nameInfo(),
+        NameInfo("Environment Variables", "Environment variables based configuration handler"));
+    EXPECT_EQ(
+        builtin("cla")->nameInfo(),
+        NameInfo("Command Line Arguments", "Configuration is defined by command line arguments."));
     EXPECT_EQ(builtin("orvanecfg")->nameInfo().description(), "ORVANE.CFG based configuration.");
     EXPECT_EQ(builtin("orvanelog")->nameInfo().description(), "Old (orvane.log) style logging.");
     // The published definitions are the handlers' own, with their labels as written.
